@@ -1,0 +1,62 @@
+# The four kinds of target that this tree has, each built and registered in one place.
+
+set(CTC_LIB_DIR ${CMAKE_BINARY_DIR}/lib)
+set(CTC_BIN_DIR ${CMAKE_BINARY_DIR}/bin)
+
+add_library(ctc_warnings INTERFACE)
+target_compile_options(ctc_warnings INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Wformat=2
+    -Wnull-dereference -Wno-error=null-dereference -Wno-null-dereference -Werror)
+
+# Symbols are exported by MODULE_EXPORT only.
+function(ctc_common target)
+    target_link_libraries(${target} PRIVATE ctc_warnings)
+    set_target_properties(${target} PROPERTIES
+        CXX_VISIBILITY_PRESET hidden
+        VISIBILITY_INLINES_HIDDEN ON
+        POSITION_INDEPENDENT_CODE ON
+        LIBRARY_OUTPUT_DIRECTORY ${CTC_LIB_DIR}
+        RUNTIME_OUTPUT_DIRECTORY ${CTC_BIN_DIR}
+        BUILD_RPATH_USE_ORIGIN ON)
+    # RUNPATH, not RPATH: a library of the same name found through LD_LIBRARY_PATH comes first.
+    target_link_options(${target} PRIVATE -Wl,--enable-new-dtags)
+endfunction()
+
+# ctc_room(name SOURCES ... PUBLIC ... PRIVATE ...): the static library of a room.
+function(ctc_room name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+    add_library(${name} STATIC ${ARG_SOURCES})
+    ctc_common(${name})
+    target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+    target_link_libraries(${name} PUBLIC interfaces ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE})
+endfunction()
+
+# ctc_module(name SOURCES ... LIBS ...): a replaceable module, lib<name>.so. A static twin <name>_objects lets tests reach
+# what the module does not export.
+function(ctc_module name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+    add_library(${name}_objects STATIC ${ARG_SOURCES})
+    ctc_common(${name}_objects)
+    target_include_directories(${name}_objects PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+    target_link_libraries(${name}_objects PUBLIC interfaces ${ARG_LIBS})
+    file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/${name}_anchor.cpp "")
+    add_library(${name} SHARED ${CMAKE_CURRENT_BINARY_DIR}/${name}_anchor.cpp)
+    ctc_common(${name})
+    target_link_libraries(${name} PRIVATE -Wl,--whole-archive ${name}_objects -Wl,--no-whole-archive)
+    target_link_options(${name} PRIVATE -Wl,--no-undefined)
+endfunction()
+
+# ctc_test(name SOURCES ... LIBS ... [TIMEOUT s]): a test program, registered with ctest.
+function(ctc_test name)
+    cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBS" ${ARGN})
+    if(NOT ARG_TIMEOUT)
+        set(ARG_TIMEOUT 600)
+    endif()
+    find_package(GTest REQUIRED)
+    add_executable(${name} ${ARG_SOURCES})
+    ctc_common(${name})
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+    target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gmock GTest::gtest_main)
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8")
+endfunction()

@@ -1,0 +1,29 @@
+#pragma once
+
+// What the simulated machine knows about itself. Only tests and accuracy reports include this; the plug-in and its
+// modules never see it.
+
+#include "Machine.h"
+
+#include <optional>
+
+namespace Simulator
+{
+
+class Truth
+{
+public:
+    explicit Truth(const Machine& machine);
+
+    /// Exact raw pixel of a surface point; empty outside the lens.
+    std::optional<cv::Point2d> PixelFromMachine(Side side, const cv::Point2d& machineMm) const;
+    /// Surface point seen at a raw pixel; empty where the ray misses the surface.
+    std::optional<cv::Point2d> MachineFromPixel(Side side, const cv::Point2d& pixel) const;
+    /// True when a picture of this camera shows the surface point.
+    bool Sees(Side side, const cv::Point2d& machineMm) const;
+
+private:
+    const Machine& m_machine;
+};
+
+} // namespace Simulator
