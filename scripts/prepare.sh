@@ -1,0 +1,39 @@
+# Sourced by ./run and ./check: installs the Debian packages that are missing and builds a preset. Calling it again only
+# does what is left to do.
+
+set -euo pipefail
+ctc_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+
+ctc_say() { printf '%s\n' "-- $*" >&2; }
+
+ctc_install_packages() {
+    local wanted missing=() package
+    wanted=$(grep -v '^#' "$ctc_root/scripts/packages.txt")
+    for package in $wanted; do
+        dpkg-query -W -f='${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed || missing+=("$package")
+    done
+    [ ${#missing[@]} -eq 0 ] && return 0
+    ctc_say "installing ${#missing[@]} packages: ${missing[*]}"
+    local as_root=()
+    if [ "$(id -u)" -ne 0 ]; then
+        command -v sudo >/dev/null || { ctc_say "root or sudo is needed to install them"; return 1; }
+        as_root=(sudo)
+    fi
+    "${as_root[@]}" apt-get update -qq >&2
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends \
+        "${missing[@]}" >&2
+}
+
+# ctc_build PRESET [TARGET...]
+ctc_build() {
+    local preset=$1 build=$ctc_root/build/$1
+    shift
+    if [ ! -f "$build/build.ninja" ]; then
+        ctc_say "configuring $preset"
+        (cd "$ctc_root" && cmake --preset "$preset" >"$ctc_root/.configure-$preset.log" 2>&1) ||
+            { cat "$ctc_root/.configure-$preset.log" >&2; rm -f "$ctc_root/.configure-$preset.log"; return 1; }
+        rm -f "$ctc_root/.configure-$preset.log"
+    fi
+    ctc_say "building $preset"
+    (cd "$ctc_root" && cmake --build "$build" ${1:+--target "$@"}) >&2
+}
