@@ -1,7 +1,8 @@
 #pragma once
 
 // The camera model of this module and how it is packed into the opaque 232-byte record. Everything that projects goes
-// through `FisheyeModel`; nothing else reads the words of a record.
+// through `FisheyeModel`; nothing else reads the words of a record. Who projects many points makes a `FisheyeProjector`
+// once and asks that.
 
 #include "FishEyeParams.h"
 
@@ -36,9 +37,36 @@ struct FisheyeModel {
     /// Radius r(theta) in focal lengths and its derivative.
     double Radius(double thetaRad) const;
     double RadiusDerivative(double thetaRad) const;
+    /// Angle whose radius this is, in focal lengths; empty beyond `maxThetaRad`.
+    std::optional<double> ThetaFromRadius(double radius) const;
     /// Largest angle up to which r(theta) grows, at most `limitRad`.
     double LargestMonotonicTheta(double limitRad) const;
 };
+
+/// A model with its rotation matrix worked out, for many points. Keeps a copy of the model.
+class FisheyeProjector
+{
+public:
+    explicit FisheyeProjector(const FisheyeModel& model);
+
+    const FisheyeModel& Model() const { return m_model; }
+    /// As `FisheyeModel::PixelFromMachine`.
+    std::optional<cv::Point2d> PixelFromMachine(const cv::Point3d& machineMm) const;
+    /// As `FisheyeModel::SurfaceFromPixel`.
+    std::optional<cv::Point2d> SurfaceFromPixel(const cv::Point2d& pixel) const;
+    /// Angle between the optical axis and the ray to a machine point; pi behind the camera.
+    double ThetaOfMachine(const cv::Point3d& machineMm) const;
+    /// The camera's centre in the machine frame, millimetres.
+    cv::Point3d CentreMm() const { return m_centreMm; }
+
+private:
+    FisheyeModel m_model;
+    cv::Matx33d m_cameraFromMachine;
+    cv::Point3d m_centreMm;
+};
+
+/// Angles beyond this one are never used, however well behaved the polynomial.
+inline constexpr double kThetaLimitRad = 1.55;
 
 /// Packs a model; version and check word are added, unread words stay zero.
 FishEyeCalibrationParam PackRecord(const FisheyeModel& model);
