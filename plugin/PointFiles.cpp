@@ -1,0 +1,75 @@
+#include "PointFiles.h"
+
+#include "FileStore.h"
+#include "Log.h"
+
+#include <QFile>
+#include <QTextStream>
+
+namespace
+{
+
+// Bounds for damaged files: a real list holds some dozens of short lines.
+constexpr qint64 g_nMaxFileBytes = 16 * 1024 * 1024;
+constexpr qint64 g_nMaxLineLength = 4096;
+
+bool ParseLine(QString strLine, CalibrationPoint& point)
+{
+    QTextStream line(&strLine, QIODevice::ReadOnly);
+    line >> point.nId >> point.nRow >> point.nCol;
+    line >> point.fWorldX >> point.fWorldY >> point.fWorldZ >> point.fImageX >> point.fImageY;
+    line >> point.dValue0 >> point.dValue1 >> point.dValue2 >> point.dValue3;
+    return line.status() == QTextStream::Ok;
+}
+
+bool ReadOne(const QString& strFile, std::vector<CalibrationPoint>& points, const char* pCaller, const char* pSide)
+{
+    QFile file(strFile);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
+        ILog_WriteLogF(3, "%s: Failed to open the %s file!", pCaller, pSide);
+        return false;
+    }
+    points.clear();
+    if (file.size() > g_nMaxFileBytes) {
+        ILog_WriteLogF(3, "%s: The %s file has %lld bytes, which no list of marks has", pCaller, pSide,
+                       static_cast<long long>(file.size()));
+        return false;
+    }
+    QTextStream stream(&file);
+    while (!stream.atEnd()) {
+        const QString strLine = stream.readLine(g_nMaxLineLength);
+        CalibrationPoint point;
+        if (!ParseLine(strLine, point)) {
+            ILog_WriteLogF(3, "%s: Error parsing line in %s file: %s", pCaller, pSide,
+                           QStringToUtf8(strLine).constData());
+            return false;
+        }
+        points.push_back(point);
+    }
+    return true;
+}
+
+} // namespace
+
+bool WritePointFile(const QString& strFile, const std::vector<CalibrationPoint>& points, const char* pCaller)
+{
+    QFile file(strFile);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text)) {
+        ILog_WriteLogF(3, "%s:Failed to open the file!", pCaller);
+        return false;
+    }
+    QTextStream stream(&file);
+    for (const CalibrationPoint& point : points) {
+        stream << point.nId << ' ' << point.nRow << ' ' << point.nCol << ' ';
+        stream << point.fWorldX << ' ' << point.fWorldY << ' ' << point.fWorldZ << ' ';
+        stream << point.fImageX << ' ' << point.fImageY << ' ';
+        stream << point.dValue0 << ' ' << point.dValue1 << ' ' << point.dValue2 << ' ' << point.dValue3 << '\n';
+    }
+    return true;
+}
+
+bool ReadPointFiles(const QString& strLeftFile, const QString& strRightFile, std::vector<CalibrationPoint>& leftPoints,
+                    std::vector<CalibrationPoint>& rightPoints, const char* pCaller)
+{
+    return ReadOne(strLeftFile, leftPoints, pCaller, "left") && ReadOne(strRightFile, rightPoints, pCaller, "right");
+}
