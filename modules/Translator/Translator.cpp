@@ -1,0 +1,115 @@
+#include "Translator.h"
+
+#include "Log.h"
+#include "TranslatorControl.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QEvent>
+#include <QFile>
+#include <QHash>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QMutex>
+#include <QMutexLocker>
+
+// The tables are compiled in, so that a language never depends on where the library lies.
+static void InitTables()
+{
+    Q_INIT_RESOURCE(wording);
+}
+
+namespace
+{
+
+using WordingTable = QHash<QString, QString>;
+
+struct Wording {
+    QMutex mutex;
+    QString strLanguage = "en";
+    WordingTable table;
+};
+
+Wording& Current()
+{
+    static Wording wording;
+    return wording;
+}
+
+bool LoadTable(const QString& strLanguage, WordingTable& table)
+{
+    InitTables();
+    QFile file(":/wording/" + strLanguage + ".json");
+    if (!file.open(QIODevice::ReadOnly)) {
+        ILog_WriteLogF(2, "Translator: there is no wording table for the language %s",
+                       strLanguage.toUtf8().constData());
+        return false;
+    }
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &error);
+    if (!document.isObject()) {
+        ILog_WriteLogF(2, "Translator: the wording table for the language %s is damaged: %s",
+                       strLanguage.toUtf8().constData(), error.errorString().toUtf8().constData());
+        return false;
+    }
+    const QJsonObject object = document.object();
+    for (auto it = object.begin(); it != object.end(); ++it) {
+        table.insert(it.key(), it.value().toString());
+    }
+    return true;
+}
+
+} // namespace
+
+CTranslator* CTranslator::GetInstance()
+{
+    static CTranslator translator;
+    return &translator;
+}
+
+QString CTranslator::GetWording(const QString& strKey)
+{
+    Wording& wording = Current();
+    const QMutexLocker lock(&wording.mutex);
+    const QString strText = wording.table.value(strKey);
+    return strText.isEmpty() ? strKey : strText;
+}
+
+QStringList Translator_AvailableLanguages()
+{
+    InitTables();
+    QStringList listLanguages{"en"};
+    const QStringList listFiles = QDir(":/wording").entryList({"*.json"});
+    for (const QString& strFile : listFiles) {
+        listLanguages.append(strFile.chopped(5));
+    }
+    listLanguages.sort();
+    return listLanguages;
+}
+
+QString Translator_CurrentLanguage()
+{
+    Wording& wording = Current();
+    const QMutexLocker lock(&wording.mutex);
+    return wording.strLanguage;
+}
+
+bool Translator_SetLanguage(const QString& strLanguage)
+{
+    WordingTable table;
+    if (strLanguage != "en" && !LoadTable(strLanguage, table)) {
+        return false;
+    }
+    {
+        Wording& wording = Current();
+        const QMutexLocker lock(&wording.mutex);
+        wording.strLanguage = strLanguage;
+        wording.table = table;
+    }
+    // The application object hands a language change on to its windows.
+    if (QCoreApplication* pApplication = QCoreApplication::instance()) {
+        QEvent event(QEvent::LanguageChange);
+        QCoreApplication::sendEvent(pApplication, &event);
+    }
+    return true;
+}
