@@ -1,0 +1,527 @@
+#include "CrossRefinement.h"
+
+#include <Eigen/Dense>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <vector>
+
+namespace Fisheye
+{
+
+namespace
+{
+
+/// Millimetres around a machine point, seen through the model.
+struct LocalView {
+    const FisheyeProjector& projector;
+    cv::Point2d originMm;
+    double pxPerMmX = 0.0; ///< picture pixels per millimetre along machine X, at the origin
+    double pxPerMmY = 0.0;
+
+    std::optional<cv::Point2d> Pixel(double xMm, double yMm) const
+    {
+        return projector.PixelFromMachine({originMm.x + xMm, originMm.y + yMm, 0.0});
+    }
+};
+
+std::optional<LocalView> MakeLocalView(const FisheyeProjector& projector, const cv::Point2d& pixel)
+{
+    const std::optional<cv::Point2d> origin = projector.SurfaceFromPixel(pixel);
+    if (!origin) {
+        return std::nullopt;
+    }
+    LocalView view{projector, *origin};
+    constexpr double kStepMm = 0.5;
+    const auto left = view.Pixel(-kStepMm, 0.0);
+    const auto right = view.Pixel(kStepMm, 0.0);
+    const auto up = view.Pixel(0.0, -kStepMm);
+    const auto down = view.Pixel(0.0, kStepMm);
+    if (!left || !right || !up || !down) {
+        return std::nullopt;
+    }
+    view.pxPerMmX = cv::norm(*right - *left) / (2.0 * kStepMm);
+    view.pxPerMmY = cv::norm(*down - *up) / (2.0 * kStepMm);
+    if (!(view.pxPerMmX > 0.05) || !(view.pxPerMmY > 0.05)) {
+        return std::nullopt; // nothing of a cross would be left at this scale
+    }
+    return view;
+}
+
+/// Grey value between pixels; empty outside the picture.
+std::optional<float> Bilinear(const cv::Mat& gray, const cv::Point2d& pixel)
+{
+    const int x = static_cast<int>(std::floor(pixel.x));
+    const int y = static_cast<int>(std::floor(pixel.y));
+    if (x < 0 || y < 0 || x + 1 >= gray.cols || y + 1 >= gray.rows) {
+        return std::nullopt;
+    }
+    const auto fx = static_cast<float>(pixel.x - x);
+    const auto fy = static_cast<float>(pixel.y - y);
+    const unsigned char* const pTop = gray.ptr<unsigned char>(y) + x;
+    const unsigned char* const pBottom = gray.ptr<unsigned char>(y + 1) + x;
+    const float top = static_cast<float>(pTop[0]) * (1.0f - fx) + static_cast<float>(pTop[1]) * fx;
+    const float bottom = static_cast<float>(pBottom[0]) * (1.0f - fx) + static_cast<float>(pBottom[1]) * fx;
+    return top * (1.0f - fy) + bottom * fy;
+}
+
+double MedianOf(std::vector<double> values)
+{
+    if (values.empty()) {
+        return 0.0;
+    }
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+/// Sigma of a normal distribution with this median distance from zero.
+double RobustSigma(std::vector<double> values)
+{
+    for (double& value : values) {
+        value = std::abs(value);
+    }
+    return 1.4826 * MedianOf(std::move(values));
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Coarse search
+
+/// The neighbourhood of the expected pixel, resampled so that the arms run along rows and columns.
+struct Patch {
+    int nHalf = 0;        ///< samples on each side of the centre
+    double stepXMm = 0.0; ///< between columns
+    double stepYMm = 0.0; ///< between rows
+    cv::Mat grey;         ///< CV_32F
+};
+
+std::optional<Patch> ResamplePatch(const cv::Mat& gray, const LocalView& view, double stepPx, int nHalf)
+{
+    Patch patch{nHalf, stepPx / view.pxPerMmX, stepPx / view.pxPerMmY, cv::Mat(2 * nHalf + 1, 2 * nHalf + 1, CV_32F)};
+    double sum = 0.0;
+    int nInside = 0;
+    cv::Mat outside = cv::Mat::zeros(patch.grey.size(), CV_8U);
+    // Where one sample stands for several pixels it is their mean, or thin lines would be missed.
+    const int nSub = stepPx > 1.4 ? 2 : 1;
+    for (int row = -nHalf; row <= nHalf; ++row) {
+        for (int col = -nHalf; col <= nHalf; ++col) {
+            float value = 0.0f;
+            bool bInside = true;
+            for (int sub = 0; sub < nSub * nSub && bInside; ++sub) {
+                const double dx = nSub == 1 ? 0.0 : 0.5 * (sub % 2) - 0.25;
+                const double dy = nSub == 1 ? 0.0 : 0.5 * (sub / 2) - 0.25;
+                const auto pixel = view.Pixel((col + dx) * patch.stepXMm, (row + dy) * patch.stepYMm);
+                const auto sample = pixel ? Bilinear(gray, *pixel) : std::nullopt;
+                bInside = sample.has_value();
+                value += sample.value_or(0.0f) / static_cast<float>(nSub * nSub);
+            }
+            patch.grey.at<float>(row + nHalf, col + nHalf) = value;
+            if (bInside) {
+                sum += value;
+                ++nInside;
+            } else {
+                outside.at<unsigned char>(row + nHalf, col + nHalf) = 255;
+            }
+        }
+    }
+    if (2 * nInside < patch.grey.rows * patch.grey.cols) {
+        return std::nullopt;
+    }
+    patch.grey.setTo(sum / nInside, outside);
+    return patch;
+}
+
+/// How much each sample of a row is darker than what lies three and four samples beside it, cut where single spots
+/// would outweigh a line; summed down the columns (first row is zero), so that the mean of a stretch is a difference.
+cv::Mat SummedDarkness(const cv::Mat& grey, bool bBright)
+{
+    constexpr int kReach = 4;
+    cv::Mat darkness = cv::Mat::zeros(grey.size(), CV_32F);
+    std::vector<double> magnitudes;
+    for (int row = 0; row < grey.rows; ++row) {
+        const auto* const pIn = grey.ptr<float>(row);
+        auto* const pOut = darkness.ptr<float>(row);
+        for (int col = kReach; col < grey.cols - kReach; ++col) {
+            const float beside = 0.25f * (pIn[col - 4] + pIn[col - 3] + pIn[col + 3] + pIn[col + 4]);
+            const float here = 0.25f * (pIn[col - 1] + 2.0f * pIn[col] + pIn[col + 1]);
+            pOut[col] = bBright ? here - beside : beside - here;
+            magnitudes.push_back(pOut[col]);
+        }
+    }
+    const auto limit = static_cast<float>(4.0 * RobustSigma(std::move(magnitudes)) + 1.0);
+    cv::Mat summed = cv::Mat::zeros(grey.rows + 1, grey.cols, CV_32F);
+    for (int row = 0; row < grey.rows; ++row) {
+        for (int col = 0; col < grey.cols; ++col) {
+            summed.at<float>(row + 1, col) =
+                summed.at<float>(row, col) + std::clamp(darkness.at<float>(row, col), -limit, limit);
+        }
+    }
+    return summed;
+}
+
+/// Both half arms along the columns of a summed darkness, in multiples of what happens by chance.
+class ArmScores
+{
+public:
+    ArmScores(cv::Mat summed, int nHalf, int nRadius, int nArm, int nGap)
+        : m_summed(std::move(summed)), m_nHalf(nHalf), m_nArm(nArm), m_nGap(nGap)
+    {
+        std::vector<double> means;
+        for (int row = -nRadius; row <= nRadius; ++row) {
+            for (int col = -nHalf + 4; col <= nHalf - 4; ++col) {
+                means.push_back(Mean(row + nGap, row + nArm, col));
+                means.push_back(Mean(row - nArm, row - nGap, col));
+            }
+        }
+        m_sigma = RobustSigma(std::move(means)) + 0.05;
+    }
+
+    std::array<double, 2> At(int row, int col) const
+    {
+        return {Mean(row + m_nGap, row + m_nArm, col) / m_sigma, Mean(row - m_nArm, row - m_nGap, col) / m_sigma};
+    }
+
+private:
+    double Mean(int rowFrom, int rowTo, int col) const
+    {
+        const float sum = m_summed.at<float>(rowTo + m_nHalf + 1, col + m_nHalf) -
+                          m_summed.at<float>(rowFrom + m_nHalf, col + m_nHalf);
+        return sum / (rowTo - rowFrom + 1);
+    }
+
+    cv::Mat m_summed;
+    int m_nHalf;
+    int m_nArm;
+    int m_nGap;
+    double m_sigma = 1.0;
+};
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Fine measurement
+
+/// One pixel beside an arm: where it lies along and across the arm, and its grey value.
+struct ArmPixel {
+    double alongMm;
+    double acrossMm;
+    double grey;
+};
+
+/// Where the line is within one stretch of an arm.
+struct BlockPosition {
+    double alongMm;
+    double acrossMm;
+    double sigmaMm;
+    double depth; ///< grey levels
+};
+
+/// A straight line across = offset + slope * along.
+struct ArmLine {
+    double offsetMm = 0.0;
+    double slope = 0.0;
+    double sigmaMm = 0.0;
+    double depth = 0.0;
+    double seenShare = 0.0;
+};
+
+constexpr int kBlocksPerHalf = 10;
+constexpr double kGapPx = 2.5; ///< the other line covers what is nearer to the centre
+
+/// All pixels within reach of the two arms, in millimetres from the origin of the view. First those beside the arm
+/// along X (across is y), then those beside the arm along Y (across is x).
+std::array<std::vector<ArmPixel>, 2> CollectArmPixels(const cv::Mat& gray, const LocalView& view, double armMm,
+                                                      double reachPx)
+{
+    std::array<std::vector<ArmPixel>, 2> arms;
+    const double reachXMm = reachPx / view.pxPerMmX;
+    const double reachYMm = reachPx / view.pxPerMmY;
+    const std::array<cv::Point2d, 2> reachMm{cv::Point2d(armMm, reachYMm), cv::Point2d(reachXMm, armMm)};
+    for (std::size_t arm = 0; arm < 2; ++arm) {
+        // Bounding box of the bent strip: its outline at nine points.
+        double left = gray.cols;
+        double top = gray.rows;
+        double right = -1.0;
+        double bottom = -1.0;
+        for (int i = -1; i <= 1; ++i) {
+            for (int j = -1; j <= 1; ++j) {
+                if (const auto pixel = view.Pixel(i * reachMm[arm].x, j * reachMm[arm].y)) {
+                    left = std::min(left, pixel->x);
+                    right = std::max(right, pixel->x);
+                    top = std::min(top, pixel->y);
+                    bottom = std::max(bottom, pixel->y);
+                }
+            }
+        }
+        const int nLeft = std::max(0, static_cast<int>(left) - 2);
+        const int nRight = std::min(gray.cols - 1, static_cast<int>(right) + 3);
+        const int nTop = std::max(0, static_cast<int>(top) - 2);
+        const int nBottom = std::min(gray.rows - 1, static_cast<int>(bottom) + 3);
+        for (int y = nTop; y <= nBottom; ++y) {
+            for (int x = nLeft; x <= nRight; ++x) {
+                const auto surface = view.projector.SurfaceFromPixel(cv::Point2d(x, y));
+                if (!surface) {
+                    continue;
+                }
+                const cv::Point2d offset = *surface - view.originMm;
+                if (std::abs(offset.x) <= reachMm[arm].x && std::abs(offset.y) <= reachMm[arm].y) {
+                    arms[arm].push_back({arm == 0 ? offset.x : offset.y, arm == 0 ? offset.y : offset.x,
+                                         static_cast<double>(gray.at<unsigned char>(y, x))});
+                }
+            }
+        }
+    }
+    return arms;
+}
+
+/// Fits background, tilt of the background, depth and place of a line of Gaussian profile to the pixels of one block,
+/// linear in the place around `line`.
+std::optional<BlockPosition> FitBlock(const std::vector<const ArmPixel*>& pixels, const ArmLine& line, double profileMm,
+                                      double sign, double* pSumSquares)
+{
+    if (pixels.size() < 12) {
+        return std::nullopt;
+    }
+    Eigen::MatrixXd design(static_cast<Eigen::Index>(pixels.size()), 4);
+    Eigen::VectorXd greys(static_cast<Eigen::Index>(pixels.size()));
+    double alongMm = 0.0;
+    Eigen::Index row = 0;
+    for (const ArmPixel* pPixel : pixels) {
+        const double distance = pPixel->acrossMm - line.offsetMm - line.slope * pPixel->alongMm;
+        const double z = distance / profileMm;
+        const double profile = std::exp(-0.5 * z * z);
+        design.row(row) << 1.0, z, -sign * profile, -sign * profile * z / profileMm;
+        greys[row] = pPixel->grey;
+        alongMm += pPixel->alongMm / static_cast<double>(pixels.size());
+        ++row;
+    }
+    const Eigen::Matrix4d normal = design.transpose() * design;
+    const Eigen::LDLT<Eigen::Matrix4d> ldlt(normal);
+    if (ldlt.info() != Eigen::Success || !(ldlt.rcond() > 1.0e-12)) {
+        return std::nullopt;
+    }
+    const Eigen::Vector4d solution = ldlt.solve(design.transpose() * greys);
+    const double sumSquares = (greys - design * solution).squaredNorm();
+    if (pSumSquares) {
+        *pSumSquares += sumSquares;
+    }
+    // A quarter of a grey level: no picture of eight bits is quieter.
+    const double noise = std::sqrt(sumSquares / static_cast<double>(pixels.size() - 4) + 0.0625);
+    const Eigen::Matrix4d covariance = ldlt.solve(Eigen::Matrix4d::Identity());
+    const double depth = solution[2];
+    if (!(depth > 2.0 * noise * std::sqrt(covariance(2, 2))) || !(depth > 1.0)) {
+        return std::nullopt;
+    }
+    const double shiftMm = solution[3] / depth;
+    if (std::abs(shiftMm) > 2.5 * profileMm) {
+        return std::nullopt;
+    }
+    return BlockPosition{alongMm, line.offsetMm + line.slope * alongMm + shiftMm,
+                         noise * std::sqrt(covariance(3, 3)) / depth, depth};
+}
+
+/// Robust straight line through the blocks, its slope held by a prior. Empty for too few blocks.
+std::optional<ArmLine> FitLine(const std::vector<BlockPosition>& blocks, const ArmLine& start, double slopeSigma,
+                               double floorMm)
+{
+    if (blocks.size() < 5) {
+        return std::nullopt;
+    }
+    ArmLine line = start;
+    std::vector<double> residuals(blocks.size());
+    for (int iteration = 0; iteration < 8; ++iteration) {
+        for (std::size_t i = 0; i < blocks.size(); ++i) {
+            residuals[i] = blocks[i].acrossMm - line.offsetMm - line.slope * blocks[i].alongMm;
+        }
+        if (iteration == 0) {
+            // The start may be off as a whole.
+            const double median = MedianOf(residuals);
+            line.offsetMm += median;
+            for (double& residual : residuals) {
+                residual -= median;
+            }
+        }
+        const double scatterMm = std::max(RobustSigma(residuals), floorMm);
+        double s0 = 0.0;
+        double s1 = 0.0;
+        double s2 = 1.0 / (slopeSigma * slopeSigma);
+        double r0 = 0.0;
+        double r1 = 0.0;
+        for (std::size_t i = 0; i < blocks.size(); ++i) {
+            const BlockPosition& block = blocks[i];
+            const double z = residuals[i] / (3.0 * std::max(scatterMm, block.sigmaMm));
+            const double robust = 1.0 / (1.0 + z * z * z * z);
+            const double weight = robust / (block.sigmaMm * block.sigmaMm + scatterMm * scatterMm);
+            s0 += weight;
+            s1 += weight * block.alongMm;
+            s2 += weight * block.alongMm * block.alongMm;
+            r0 += weight * block.acrossMm;
+            r1 += weight * block.acrossMm * block.alongMm;
+        }
+        const double determinant = s0 * s2 - s1 * s1;
+        if (!(determinant > 0.0)) {
+            return std::nullopt;
+        }
+        line.offsetMm = (s2 * r0 - s1 * r1) / determinant;
+        line.slope = (s0 * r1 - s1 * r0) / determinant;
+        line.sigmaMm = std::sqrt(s2 / determinant);
+    }
+    std::vector<double> depths;
+    double nInline = 0.0;
+    for (const BlockPosition& block : blocks) {
+        const double residual = block.acrossMm - line.offsetMm - line.slope * block.alongMm;
+        if (std::abs(residual) < 4.0 * std::max(floorMm, 2.0 * block.sigmaMm)) {
+            nInline += 1.0;
+        }
+        depths.push_back(block.depth);
+    }
+    line.depth = MedianOf(depths);
+    line.seenShare = nInline / (2.0 * kBlocksPerHalf);
+    return line;
+}
+
+/// Pixels of an arm sorted into blocks along it.
+std::vector<std::vector<const ArmPixel*>> Blocks(const std::vector<ArmPixel>& pixels, double armMm, double gapMm,
+                                                 const ArmLine& line, double reachMm)
+{
+    std::vector<std::vector<const ArmPixel*>> blocks(2 * kBlocksPerHalf);
+    for (const ArmPixel& pixel : pixels) {
+        const double along = std::abs(pixel.alongMm);
+        if (along < gapMm || along >= armMm ||
+            std::abs(pixel.acrossMm - line.offsetMm - line.slope * pixel.alongMm) > reachMm) {
+            continue;
+        }
+        const int nBlock = static_cast<int>((along - gapMm) / (armMm - gapMm) * kBlocksPerHalf);
+        const int nSide = pixel.alongMm < 0.0 ? 0 : kBlocksPerHalf;
+        blocks[static_cast<std::size_t>(std::min(nBlock, kBlocksPerHalf - 1) + nSide)].push_back(&pixel);
+    }
+    return blocks;
+}
+
+/// Position of the line along one arm.
+/// @param pxPerMm  across the arm
+std::optional<ArmLine> MeasureArm(const std::vector<ArmPixel>& pixels, double pxPerMm, const CrossSearch& search)
+{
+    constexpr double kReachPx = 6.0;
+    constexpr std::array<double, 9> kProfilesPx{0.55, 0.7, 0.85, 1.0, 1.15, 1.35, 1.6, 2.0, 2.5};
+    const double sign = search.bBright ? -1.0 : 1.0;
+    const double gapMm = kGapPx / pxPerMm;
+    ArmLine line;
+    double profilePx = 1.15;
+    for (int iteration = 0; iteration < 8; ++iteration) {
+        const auto blocks = Blocks(pixels, search.armMm, gapMm, line, kReachPx / pxPerMm);
+        if (iteration == 2 || iteration == 5) {
+            // The width of the line decides how much a block's place depends on how pixels happen to lie.
+            double best = -1.0;
+            for (const double candidatePx : kProfilesPx) {
+                double sumSquares = 0.0;
+                for (const auto& block : blocks) {
+                    FitBlock(block, line, candidatePx / pxPerMm, sign, &sumSquares);
+                }
+                if (best < 0.0 || sumSquares < best) {
+                    best = sumSquares;
+                    profilePx = candidatePx;
+                }
+            }
+        }
+        std::vector<BlockPosition> positions;
+        for (const auto& block : blocks) {
+            if (const auto position = FitBlock(block, line, profilePx / pxPerMm, sign, nullptr)) {
+                positions.push_back(*position);
+            }
+        }
+        const auto next = FitLine(positions, line, search.slope, 0.05 / pxPerMm);
+        if (!next) {
+            return std::nullopt;
+        }
+        line = *next;
+    }
+    return line;
+}
+
+} // namespace
+
+std::optional<cv::Point2d> FindCross(const cv::Mat& gray, const FisheyeProjector& projector,
+                                     const cv::Point2d& expectedPixel, const CrossSearch& search)
+{
+    const auto view = MakeLocalView(projector, expectedPixel);
+    if (!view) {
+        return std::nullopt;
+    }
+    constexpr double kSamplesPerMm = 2.5; // finer pictures are looked at more coarsely
+    constexpr int kGap = 2;
+    const double pxPerMm = std::min(view->pxPerMmX, view->pxPerMmY);
+    const double stepPx = std::max(1.0, pxPerMm / kSamplesPerMm);
+    const int nArm = static_cast<int>(search.armMm * pxPerMm / stepPx);
+    const int nRadius = static_cast<int>(std::ceil(search.radiusPx / stepPx));
+    if (nArm < 6 || nArm > 400 || nRadius > 400) {
+        return std::nullopt;
+    }
+    const auto patch = ResamplePatch(gray, *view, stepPx, nArm + nRadius + 6);
+    if (!patch) {
+        return std::nullopt;
+    }
+    // Arms along Y lie in columns; the transposed patch shows the arms along X in columns.
+    const ArmScores alongY(SummedDarkness(patch->grey, search.bBright), patch->nHalf, nRadius, nArm, kGap);
+    const ArmScores alongX(SummedDarkness(patch->grey.t(), search.bBright), patch->nHalf, nRadius, nArm, kGap);
+    constexpr double kStandsOut = 3.0;
+    constexpr double kEnough = 12.0; // an arm cannot make up for the others
+    double best = 0.0;
+    cv::Point bestPlace;
+    for (int row = -nRadius; row <= nRadius; ++row) {
+        for (int col = -nRadius; col <= nRadius; ++col) {
+            const auto vertical = alongY.At(row, col);
+            const auto horizontal = alongX.At(col, row);
+            double score = 0.0;
+            int nArms = 0;
+            for (const double arm : {vertical[0], vertical[1], horizontal[0], horizontal[1]}) {
+                score += std::min(arm, kEnough);
+                nArms += arm > kStandsOut ? 1 : 0;
+            }
+            // Below the cut the higher of two full scores is the better centred one.
+            score += 0.05 * (vertical[0] + vertical[1] + horizontal[0] + horizontal[1]);
+            if (nArms >= 3 && score > best) {
+                best = score;
+                bestPlace = {col, row};
+            }
+        }
+    }
+    if (best < 16.0) {
+        return std::nullopt;
+    }
+    return view->Pixel(bestPlace.x * patch->stepXMm, bestPlace.y * patch->stepYMm);
+}
+
+std::optional<CrossCentre> MeasureCross(const cv::Mat& gray, const FisheyeProjector& projector,
+                                        const cv::Point2d& nearPixel, const CrossSearch& search)
+{
+    const auto view = MakeLocalView(projector, nearPixel);
+    if (!view) {
+        return std::nullopt;
+    }
+    const double pxPerMm = std::min(view->pxPerMmX, view->pxPerMmY);
+    if (search.armMm * pxPerMm < 2.0 * kGapPx || search.armMm * pxPerMm > 2000.0) {
+        return std::nullopt;
+    }
+    constexpr double kCollectPx = 10.0;
+    const auto arms = CollectArmPixels(gray, *view, search.armMm, kCollectPx);
+    const auto alongX = MeasureArm(arms[0], view->pxPerMmY, search);
+    const auto alongY = MeasureArm(arms[1], view->pxPerMmX, search);
+    if (!alongX || !alongY) {
+        return std::nullopt;
+    }
+    // y = a + b x and x = c + d y meet.
+    const double yMm = (alongX->offsetMm + alongX->slope * alongY->offsetMm) / (1.0 - alongX->slope * alongY->slope);
+    const double xMm = alongY->offsetMm + alongY->slope * yMm;
+    const auto pixel = view->Pixel(xMm, yMm);
+    if (!pixel || cv::norm(*pixel - nearPixel) > kCollectPx) {
+        return std::nullopt;
+    }
+    CrossCentre centre;
+    centre.pixel = *pixel;
+    centre.sigmaPx = std::hypot(alongX->sigmaMm * view->pxPerMmY, alongY->sigmaMm * view->pxPerMmX) / std::sqrt(2.0);
+    centre.contrast = 0.5 * (alongX->depth + alongY->depth);
+    centre.lineShare = std::min(alongX->seenShare, alongY->seenShare);
+    return centre;
+}
+
+} // namespace Fisheye
