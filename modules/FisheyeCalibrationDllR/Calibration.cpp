@@ -31,6 +31,7 @@ struct Mark {
     cv::Point2d click;
     cv::Point2d pixel; ///< measured, or still the click
     double sigmaPx = kClickSigmaPx;
+    double contrast = 0.0; ///< of the cross's lines, grey levels
     bool bOnCross = false;
 };
 
@@ -170,6 +171,31 @@ std::optional<CrossCentre> LocateCross(const cv::Mat& gray, const FisheyeProject
     return std::nullopt;
 }
 
+double MedianContrast(const std::vector<Mark>& marks)
+{
+    std::vector<double> contrasts;
+    for (const Mark& mark : marks) {
+        if (mark.bOnCross) {
+            contrasts.push_back(mark.contrast);
+        }
+    }
+    return contrasts.empty() ? 0.0 : MedianOf(contrasts);
+}
+
+/// Grain and scratches may look like a cross, but a far fainter one than all others.
+void DropFaintCrosses(std::vector<Mark>& marks)
+{
+    constexpr double kFaint = 0.35;
+    const double leastContrast = kFaint * MedianContrast(marks);
+    for (Mark& mark : marks) {
+        if (mark.bOnCross && mark.contrast < leastContrast) {
+            mark.bOnCross = false;
+            mark.pixel = mark.click;
+            mark.sigmaPx = kClickSigmaPx;
+        }
+    }
+}
+
 /// One pass over all marks with the model of the pass before.
 void MeasureMarks(const cv::Mat& gray, const FisheyeModel& model, double typicalPx, int nPass, const CrossSearch& base,
                   std::vector<Mark>& marks)
@@ -195,10 +221,19 @@ void MeasureMarks(const cv::Mat& gray, const FisheyeModel& model, double typical
         if (!centre && nPass == 0 && offPx > 0.5 * search.radiusPx) {
             centre = LocateCross(gray, projector, mark.click, search, true);
         }
+        if (!centre && nPass > 0) {
+            // Grain along an arm can hide a cross from the search; where the model knows the place none is needed.
+            centre = LocateCross(gray, projector, *predicted, search, false);
+            if (centre && cv::norm(centre->pixel - *predicted) > 0.5 + 4.0 * typicalPx) {
+                centre.reset();
+            }
+        }
         mark.bOnCross = centre.has_value();
+        mark.contrast = centre ? centre->contrast : 0.0;
         mark.pixel = centre ? centre->pixel : mark.click;
         mark.sigmaPx = centre ? std::hypot(centre->sigmaPx, kSystematicFloorPx) : kClickSigmaPx;
     }
+    DropFaintCrosses(marks);
 }
 
 std::size_t CountOnCross(const std::vector<Mark>& marks)

@@ -463,8 +463,11 @@ std::optional<cv::Point2d> FindCross(const cv::Mat& gray, const FisheyeProjector
     // Arms along Y lie in columns; the transposed patch shows the arms along X in columns.
     const ArmScores alongY(SummedDarkness(patch->grey, search.bBright), patch->nHalf, nRadius, nArm, kGap);
     const ArmScores alongX(SummedDarkness(patch->grey.t(), search.bBright), patch->nHalf, nRadius, nArm, kGap);
-    constexpr double kStandsOut = 3.0;
+    constexpr double kStandsOut = 1.5;
     constexpr double kEnough = 12.0; // an arm cannot make up for the others
+    constexpr double kBothHalves = 4.5;
+    // The more places are tried, the better the best one is by chance.
+    const double leastScore = nRadius > 5 ? 11.0 : 8.5;
     double best = 0.0;
     cv::Point bestPlace;
     for (int row = -nRadius; row <= nRadius; ++row) {
@@ -477,15 +480,17 @@ std::optional<cv::Point2d> FindCross(const cv::Mat& gray, const FisheyeProjector
                 score += std::min(arm, kEnough);
                 nArms += arm > kStandsOut ? 1 : 0;
             }
-            // Below the cut the higher of two full scores is the better centred one.
+            const bool bCross = nArms >= 3 && vertical[0] + vertical[1] > kBothHalves &&
+                                horizontal[0] + horizontal[1] > kBothHalves && score > leastScore;
+            // Among equals by the cut the higher of two full scores is the better centred one.
             score += 0.05 * (vertical[0] + vertical[1] + horizontal[0] + horizontal[1]);
-            if (nArms >= 3 && score > best) {
+            if (bCross && score > best) {
                 best = score;
                 bestPlace = {col, row};
             }
         }
     }
-    if (best < 16.0) {
+    if (best <= 0.0) {
         return std::nullopt;
     }
     return view->Pixel(bestPlace.x * patch->stepXMm, bestPlace.y * patch->stepYMm);
