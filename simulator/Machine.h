@@ -6,9 +6,13 @@
 
 #include <opencv2/core.hpp>
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
+
+struct MicroLineDocument;
 
 namespace Simulator
 {
@@ -41,6 +45,20 @@ struct CrossGrid {
     std::vector<cv::Point2d> PointsMm() const;
 };
 
+/// What came of a pattern document.
+struct MicroLineReading {
+    std::size_t nSegments = 0; ///< segments read
+    std::size_t nEngraved = 0; ///< of these, how many touch the bed
+    bool bComplete = false;    ///< every ring came back to its first link and every number was one
+    std::string strProblem;    ///< what was wrong otherwise
+};
+
+/// Reads the segments of a document, walking `pNext` only. A broken ring ends where it breaks, a node without a segment
+/// is passed over, and the walk is bounded whatever the links say; pointers to freed memory are the caller's fault.
+/// @param lines  the segments are appended here
+MicroLineReading ReadMicroLine(const MicroLineDocument& document, std::vector<EngravedLine>& lines);
+
+/// Not to be used by two threads at once; its own work is spread over OpenCV's threads.
 class Machine
 {
 public:
@@ -63,6 +81,8 @@ public:
     void EngraveDots(const std::vector<EngravedDot>& dots);
     /// The calibration crosses with the arrow heads at the first and last one.
     void EngraveCrossGrid();
+    /// What a machine does with a pattern that it was sent: engraves all of it that can be read and lies on the bed.
+    MicroLineReading EngraveMicroLine(const MicroLineDocument& document);
 
     /// One raw picture, CV_8UC3 BGR. Sensor noise differs from snap to snap but follows from the seed and the count.
     cv::Mat Snap(Side side);

@@ -1,0 +1,261 @@
+#include "Machine.h"
+
+#include "MachineImpl.h"
+#include "Material.h"
+#include "SeededNoise.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace Simulator
+{
+
+namespace
+{
+
+constexpr float kCleanUnits = 128.0f;
+/// Electrons are counted: variance grows with the level. Then the amplifier.
+constexpr float kShotVariancePerLevel = 0.012f;
+constexpr float kReadVariance = 0.5f;
+
+MountedCamera Mount(Machine::Kind kind, std::uint64_t nSeed, Side side)
+{
+    Draw draw(nSeed, side == Side::Left ? 0x21 : 0x22);
+    MountedCamera camera(MakeCamera(kind, nSeed, side));
+    camera.nNoiseSeed = draw.Bits();
+    const double exposure = 1.0 + draw.Within(0.04);
+    for (int i = 0; i < 3; ++i) {
+        camera.gain[i] = static_cast<float>(exposure * (1.0 + draw.Within(0.02)));
+    }
+    camera.cornerLoss = static_cast<float>(draw.Between(0.25, 0.40));
+    return camera;
+}
+
+/// Traces each pixel onto the surface.
+cv::Mat TraceSurface(const CameraModel& model)
+{
+    cv::Mat surface(model.PictureSize(), CV_32FC2);
+    cv::parallel_for_(cv::Range(0, surface.rows), [&](const cv::Range& rows) {
+        for (int y = rows.start; y < rows.end; ++y) {
+            auto* pRow = surface.ptr<cv::Point2f>(y);
+            double theta = -1.0;
+            for (int x = 0; x < surface.cols; ++x) {
+                // The neighbour's angle starts the search; it must not survive a pixel without a ray.
+                const auto mm = model.MachineFromPixel(cv::Point2d(x, y), &theta);
+                if (mm) {
+                    pRow[x] = cv::Point2f(*mm);
+                } else {
+                    pRow[x] = {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::quiet_NaN()};
+                    theta = -1.0;
+                }
+            }
+        }
+    });
+    return surface;
+}
+
+} // namespace
+
+std::vector<cv::Point2d> CrossGrid::PointsMm() const
+{
+    std::vector<cv::Point2d> points;
+    if (nRow <= 0 || nCol <= 0) {
+        return points;
+    }
+    points.reserve(static_cast<std::size_t>(nRow) * static_cast<std::size_t>(nCol));
+    for (int r = 0; r < nRow; ++r) {
+        for (int c = 0; c < nCol; ++c) {
+            points.push_back(startMm + cv::Point2d(c * columnSpacingMm, r * rowSpacingMm));
+        }
+    }
+    return points;
+}
+
+Machine::Impl::Impl(Kind eKind, std::uint64_t nMachineSeed)
+    : kind(eKind), nSeed(nMachineSeed), engraving(BedOf(eKind)), left(Mount(eKind, nMachineSeed, Side::Left)),
+      right(Mount(eKind, nMachineSeed, Side::Right))
+{
+}
+
+void Machine::Impl::MarkStale()
+{
+    left.bCoverageStale = true;
+    right.bCoverageStale = true;
+}
+
+void Machine::Impl::PrepareClean(MountedCamera& camera) const
+{
+    if (camera.surfaceMm.empty()) {
+        camera.surfaceMm = TraceSurface(camera.model);
+    }
+    if (!camera.clean.empty()) {
+        return;
+    }
+    const Material material(Mix(nSeed, nSheets), BedOf(kind));
+    const cv::Size size = camera.model.PictureSize();
+    const cv::Point2f middle(static_cast<float>(camera.model.GetLens().cx),
+                             static_cast<float>(camera.model.GetLens().cy));
+    const float halfDiagonal = 0.5f * std::hypot(static_cast<float>(size.width), static_cast<float>(size.height));
+    camera.clean.create(size, CV_16UC3);
+    cv::parallel_for_(cv::Range(0, size.height), [&](const cv::Range& rows) {
+        for (int y = rows.start; y < rows.end; ++y) {
+            const auto* pSurface = camera.surfaceMm.ptr<cv::Point2f>(y);
+            const auto* pBelow = camera.surfaceMm.ptr<cv::Point2f>(std::min(y + 1, size.height - 1));
+            const auto* pAbove = camera.surfaceMm.ptr<cv::Point2f>(std::max(y - 1, 0));
+            auto* pClean = camera.clean.ptr<cv::Vec3w>(y);
+            for (int x = 0; x < size.width; ++x) {
+                const cv::Point2f across =
+                    0.5f * (pSurface[std::min(x + 1, size.width - 1)] - pSurface[std::max(x - 1, 0)]);
+                const cv::Point2f down = 0.5f * (pBelow[x] - pAbove[x]);
+                const float mmPerPx = std::sqrt(std::abs(across.cross(down)));
+                cv::Vec3f colour(6.0f, 6.0f, 6.0f);
+                if (mmPerPx > 0.0f && std::isfinite(mmPerPx)) {
+                    colour = material.ColourAt(pSurface[x], mmPerPx);
+                }
+                const float radius =
+                    std::hypot(static_cast<float>(x) - middle.x, static_cast<float>(y) - middle.y) / halfDiagonal;
+                const float shade =
+                    1.0f / (1.0f + camera.cornerLoss * radius * radius * (1.0f + 0.5f * radius * radius));
+                for (int i = 0; i < 3; ++i) {
+                    const float level = colour[i] * camera.gain[i] * shade;
+                    pClean[x][i] = cv::saturate_cast<std::uint16_t>(level * kCleanUnits);
+                }
+            }
+        }
+    });
+}
+
+Machine::Machine(Kind kind, std::uint64_t nSeed) : m_pImpl(std::make_unique<Impl>(kind, nSeed))
+{
+}
+
+Machine::~Machine() = default;
+
+Machine::Kind Machine::GetKind() const
+{
+    return m_pImpl->kind;
+}
+
+cv::Size2d Machine::WorkAreaMm() const
+{
+    return BedOf(m_pImpl->kind);
+}
+
+CrossGrid Machine::Grid() const
+{
+    CrossGrid grid;
+    grid.crossSizeMm = 40.0;
+    if (m_pImpl->kind == Kind::Automatic) {
+        grid.nRow = 7;
+        grid.nCol = 8;
+        grid.nColSingle = 5;
+        grid.startMm = {55.0, 45.0};
+        grid.columnSpacingMm = 170.0;
+        grid.rowSpacingMm = 135.0;
+    } else {
+        grid.nRow = 3;
+        grid.nCol = 6;
+        grid.nColSingle = 3;
+        grid.startMm = {75.0, 75.0};
+        grid.columnSpacingMm = 150.0;
+        grid.rowSpacingMm = 225.0;
+    }
+    return grid;
+}
+
+void Machine::PlaceMaterial()
+{
+    ++m_pImpl->nSheets;
+    m_pImpl->engraving.Clear();
+    for (MountedCamera* pCamera : {&m_pImpl->left, &m_pImpl->right}) {
+        pCamera->clean.release();
+        pCamera->coverage.release();
+        pCamera->bCoverageStale = false;
+    }
+}
+
+void Machine::EngraveLines(const std::vector<EngravedLine>& lines)
+{
+    for (const EngravedLine& line : lines) {
+        m_pImpl->engraving.Add(line);
+    }
+    m_pImpl->MarkStale();
+}
+
+void Machine::EngraveDots(const std::vector<EngravedDot>& dots)
+{
+    for (const EngravedDot& dot : dots) {
+        m_pImpl->engraving.Add(dot);
+    }
+    m_pImpl->MarkStale();
+}
+
+void Machine::EngraveCrossGrid()
+{
+    const CrossGrid grid = Grid();
+    const std::vector<cv::Point2d> points = grid.PointsMm();
+    const double half = 0.5 * grid.crossSizeMm;
+    std::vector<EngravedLine> lines;
+    for (const cv::Point2d& p : points) {
+        lines.push_back({{p.x - half, p.y}, {p.x + half, p.y}});
+        lines.push_back({{p.x, p.y - half}, {p.x, p.y + half}});
+    }
+    for (const cv::Point2d& p : {points.front(), points.back()}) {
+        const cv::Point2d tip(p.x + half, p.y);
+        lines.push_back({{p.x + 0.5 * half, p.y - 0.5 * half}, tip});
+        lines.push_back({{p.x + 0.5 * half, p.y + 0.5 * half}, tip});
+    }
+    EngraveLines(lines);
+}
+
+MicroLineReading Machine::EngraveMicroLine(const MicroLineDocument& document)
+{
+    std::vector<EngravedLine> lines;
+    MicroLineReading reading = ReadMicroLine(document, lines);
+    for (const EngravedLine& line : lines) {
+        reading.nEngraved += m_pImpl->engraving.Add(line) ? 1u : 0u;
+    }
+    m_pImpl->MarkStale();
+    return reading;
+}
+
+cv::Mat Machine::Snap(Side side)
+{
+    MountedCamera& camera = m_pImpl->Camera(side);
+    m_pImpl->PrepareClean(camera);
+    if (camera.bCoverageStale) {
+        camera.coverage =
+            m_pImpl->engraving.IsEmpty() ? cv::Mat() : m_pImpl->engraving.Coverage(camera.model, camera.surfaceMm);
+        camera.bCoverageStale = false;
+    }
+    const Material material(Mix(m_pImpl->nSeed, m_pImpl->nSheets), BedOf(m_pImpl->kind));
+    const std::uint64_t nFrame = Mix(camera.nNoiseSeed, camera.nSnaps++);
+    NormalFrom12Bits(0); // builds its table before the threads start
+    cv::Mat picture(camera.clean.size(), CV_8UC3);
+    cv::parallel_for_(cv::Range(0, picture.rows), [&](const cv::Range& rows) {
+        for (int y = rows.start; y < rows.end; ++y) {
+            const auto* pClean = camera.clean.ptr<cv::Vec3w>(y);
+            const auto* pCoverage = camera.coverage.empty() ? nullptr : camera.coverage.ptr<std::uint16_t>(y);
+            const auto* pSurface = camera.surfaceMm.ptr<cv::Point2f>(y);
+            auto* pPicture = picture.ptr<cv::Vec3b>(y);
+            const std::uint64_t nRow = static_cast<std::uint64_t>(y) * static_cast<std::uint64_t>(picture.cols);
+            for (int x = 0; x < picture.cols; ++x) {
+                float light = 1.0f;
+                if (pCoverage != nullptr && pCoverage[x] != 0) {
+                    light -= (1.0f - material.CharAt(pSurface[x])) * static_cast<float>(pCoverage[x]) / 65535.0f;
+                }
+                std::uint64_t nBits = Mix(nFrame + nRow + static_cast<std::uint64_t>(x));
+                for (int i = 0; i < 3; ++i, nBits >>= 16) {
+                    const float level = light * static_cast<float>(pClean[x][i]) / kCleanUnits;
+                    const float sigma = std::sqrt(kReadVariance + kShotVariancePerLevel * level);
+                    const float noisy = level + sigma * NormalFrom12Bits(static_cast<unsigned>(nBits));
+                    pPicture[x][i] = static_cast<std::uint8_t>(std::clamp(noisy + 0.5f, 0.0f, 255.0f));
+                }
+            }
+        }
+    });
+    return picture;
+}
+
+} // namespace Simulator

@@ -1,0 +1,30 @@
+#include "Truth.h"
+
+#include "MachineImpl.h"
+
+namespace Simulator
+{
+
+Truth::Truth(const Machine& machine) : m_machine(machine)
+{
+}
+
+std::optional<cv::Point2d> Truth::PixelFromMachine(Side side, const cv::Point2d& machineMm) const
+{
+    return m_machine.m_pImpl->Camera(side).model.PixelFromMachine(machineMm);
+}
+
+std::optional<cv::Point2d> Truth::MachineFromPixel(Side side, const cv::Point2d& pixel) const
+{
+    return m_machine.m_pImpl->Camera(side).model.MachineFromPixel(pixel);
+}
+
+bool Truth::Sees(Side side, const cv::Point2d& machineMm) const
+{
+    const CameraModel& model = m_machine.m_pImpl->Camera(side).model;
+    const std::optional<cv::Point2d> pixel = model.PixelFromMachine(machineMm);
+    const cv::Size size = model.PictureSize();
+    return pixel && pixel->x >= -0.5 && pixel->y >= -0.5 && pixel->x < size.width - 0.5 && pixel->y < size.height - 0.5;
+}
+
+} // namespace Simulator
