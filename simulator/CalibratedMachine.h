@@ -1,0 +1,48 @@
+#pragma once
+
+// A machine that has been calibrated: does to the files below a data root what the wizard does, in the same order and
+// through the same modules, with an operator whose clicks are off. For tests, and for a host that has no wizard at
+// hand. Who uses it links the real modules; the exactness of the clicks' centre comes from the truth.
+
+#include "Machine.h"
+
+#include <opencv2/core.hpp>
+
+#include <cstdint>
+#include <string>
+
+namespace Simulator
+{
+
+/// How the operator clicks.
+struct ClickOptions {
+    double sigmaPx = 3.0; ///< distance of a click from the cross, sigma in x and in y
+    std::uint64_t nSeed = 1;
+    bool bShuffle = true; ///< clicks come in no order
+};
+
+struct CameraCalibrationReport {
+    std::size_t nPoints = 0;
+    double clickRmsPx = 0.0;   ///< of the clicks, from the truth
+    double refinedRmsPx = 0.0; ///< of the points that the calibration gave back, from the truth
+    double residualPx = 0.0;   ///< what the calibration says of itself
+};
+
+struct CalibrationReport {
+    bool bSuccess = false;
+    std::string strProblem; ///< which step failed on which file
+    CameraCalibrationReport left;
+    CameraCalibrationReport right;
+    int nStitchedWidth = 0;        ///< automatic machine: the stitched picture, pixels
+    int nStitchedHeight = 0;       ///< automatic machine: the stitched picture, pixels
+    double secondsCalibrate = 0.0; ///< from the clicks to the last record, without taking the pictures
+};
+
+/// Calibrates an automatic machine: engraves the crosses into fresh material, takes both pictures, clicks every cross,
+/// calibrates each camera and stitches once. Nothing is kept of files from an earlier calibration that it writes too.
+/// @param strRoot  the data root, UTF-8; created where missing
+/// @return report.bSuccess; the files written before a failure stay
+bool WriteCalibrationFiles(Machine& machine, const std::string& strRoot, const ClickOptions& options,
+                           CalibrationReport& report);
+
+} // namespace Simulator
