@@ -224,7 +224,8 @@ struct ArmLine {
     double seenShare = 0.0;
 };
 
-constexpr int kBlocksPerHalf = 10;
+constexpr int kMostBlocksPerHalf = 10;
+constexpr double kBlockPx = 3.0;
 constexpr double kGapPx = 2.5; ///< the other line covers what is nearer to the centre
 
 /// All pixels within reach of the two arms, in millimetres from the origin of the view. First those beside the arm
@@ -321,7 +322,7 @@ std::optional<BlockPosition> FitBlock(const std::vector<const ArmPixel*>& pixels
 
 /// Robust straight line through the blocks, its slope held by a prior. Empty for too few blocks.
 std::optional<ArmLine> FitLine(const std::vector<BlockPosition>& blocks, const ArmLine& start, double slopeSigma,
-                               double floorMm)
+                               double floorMm, int nBlocksPerHalf)
 {
     if (blocks.size() < 5) {
         return std::nullopt;
@@ -375,40 +376,42 @@ std::optional<ArmLine> FitLine(const std::vector<BlockPosition>& blocks, const A
         depths.push_back(block.depth);
     }
     line.depth = MedianOf(depths);
-    line.seenShare = nInline / (2.0 * kBlocksPerHalf);
+    line.seenShare = nInline / (2.0 * nBlocksPerHalf);
     return line;
 }
 
 /// Pixels of an arm sorted into blocks along it.
 std::vector<std::vector<const ArmPixel*>> Blocks(const std::vector<ArmPixel>& pixels, double armMm, double gapMm,
-                                                 const ArmLine& line, double reachMm)
+                                                 const ArmLine& line, double reachMm, int nPerHalf)
 {
-    std::vector<std::vector<const ArmPixel*>> blocks(2 * kBlocksPerHalf);
+    std::vector<std::vector<const ArmPixel*>> blocks(2 * static_cast<std::size_t>(nPerHalf));
     for (const ArmPixel& pixel : pixels) {
         const double along = std::abs(pixel.alongMm);
         if (along < gapMm || along >= armMm ||
             std::abs(pixel.acrossMm - line.offsetMm - line.slope * pixel.alongMm) > reachMm) {
             continue;
         }
-        const int nBlock = static_cast<int>((along - gapMm) / (armMm - gapMm) * kBlocksPerHalf);
-        const int nSide = pixel.alongMm < 0.0 ? 0 : kBlocksPerHalf;
-        blocks[static_cast<std::size_t>(std::min(nBlock, kBlocksPerHalf - 1) + nSide)].push_back(&pixel);
+        const int nBlock = static_cast<int>((along - gapMm) / (armMm - gapMm) * nPerHalf);
+        const int nSide = pixel.alongMm < 0.0 ? 0 : nPerHalf;
+        blocks[static_cast<std::size_t>(std::min(nBlock, nPerHalf - 1) + nSide)].push_back(&pixel);
     }
     return blocks;
 }
 
 /// Position of the line along one arm.
-/// @param pxPerMm  across the arm
+/// @param pxPerMm  across the arm; along it the scale is taken for the same
 std::optional<ArmLine> MeasureArm(const std::vector<ArmPixel>& pixels, double pxPerMm, const CrossSearch& search)
 {
     constexpr double kReachPx = 6.0;
     constexpr std::array<double, 9> kProfilesPx{0.55, 0.7, 0.85, 1.0, 1.15, 1.35, 1.6, 2.0, 2.5};
     const double sign = search.bBright ? -1.0 : 1.0;
     const double gapMm = kGapPx / pxPerMm;
+    const int nPerHalf =
+        std::clamp(static_cast<int>((search.armMm * pxPerMm - kGapPx) / kBlockPx), 3, kMostBlocksPerHalf);
     ArmLine line;
     double profilePx = 1.15;
     for (int iteration = 0; iteration < 8; ++iteration) {
-        const auto blocks = Blocks(pixels, search.armMm, gapMm, line, kReachPx / pxPerMm);
+        const auto blocks = Blocks(pixels, search.armMm, gapMm, line, kReachPx / pxPerMm, nPerHalf);
         if (iteration == 2 || iteration == 5) {
             // The width of the line decides how much a block's place depends on how pixels happen to lie.
             double best = -1.0;
@@ -429,7 +432,7 @@ std::optional<ArmLine> MeasureArm(const std::vector<ArmPixel>& pixels, double px
                 positions.push_back(*position);
             }
         }
-        const auto next = FitLine(positions, line, search.slope, 0.05 / pxPerMm);
+        const auto next = FitLine(positions, line, search.slope, 0.05 / pxPerMm, nPerHalf);
         if (!next) {
             return std::nullopt;
         }
