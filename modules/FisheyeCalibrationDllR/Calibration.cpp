@@ -21,7 +21,8 @@ namespace
 
 constexpr long kLargestSide = 32768;
 constexpr std::size_t kMostPoints = 10000;
-constexpr double kClickSigmaPx = 3.0;       ///< of a hand, in a picture of the usual size
+constexpr double kUsualClickSigmaPx = 3.0;  ///< of a hand, in a picture of the usual size
+constexpr double kBestClickSigmaPx = 0.3;   ///< of points that something else has refined before
 constexpr double kSystematicFloorPx = 0.03; ///< no cross is known better than this
 constexpr int kPasses = 4;
 
@@ -30,7 +31,7 @@ struct Mark {
     cv::Point3d machineMm;
     cv::Point2d click;
     cv::Point2d pixel; ///< measured, or still the click
-    double sigmaPx = kClickSigmaPx;
+    double sigmaPx = kUsualClickSigmaPx;
     double contrast = 0.0; ///< of the cross's lines, grey levels
     bool bOnCross = false;
 };
@@ -183,7 +184,7 @@ double MedianContrast(const std::vector<Mark>& marks)
 }
 
 /// Grain and scratches may look like a cross, but a far fainter one than all others.
-void DropFaintCrosses(std::vector<Mark>& marks)
+void DropFaintCrosses(double clickSigmaPx, std::vector<Mark>& marks)
 {
     constexpr double kFaint = 0.35;
     const double leastContrast = kFaint * MedianContrast(marks);
@@ -191,15 +192,24 @@ void DropFaintCrosses(std::vector<Mark>& marks)
         if (mark.bOnCross && mark.contrast < leastContrast) {
             mark.bOnCross = false;
             mark.pixel = mark.click;
-            mark.sigmaPx = kClickSigmaPx;
+            mark.sigmaPx = clickSigmaPx;
         }
     }
 }
 
+/// What the passes before have taught.
+struct Pass {
+    int nPass = 0;
+    double typicalPx = 1.0;    ///< residual of the marks on crosses
+    double clickSigmaPx = 1.0; ///< of the marks on none
+};
+
 /// One pass over all marks with the model of the pass before.
-void MeasureMarks(const cv::Mat& gray, const FisheyeModel& model, double typicalPx, int nPass, const CrossSearch& base,
+void MeasureMarks(const cv::Mat& gray, const FisheyeModel& model, const Pass& pass, const CrossSearch& base,
                   std::vector<Mark>& marks)
 {
+    const double typicalPx = pass.typicalPx;
+    const int nPass = pass.nPass;
     const FisheyeProjector projector(model);
     for (Mark& mark : marks) {
         const std::optional<cv::Point2d> predicted = projector.PixelFromMachine(mark.machineMm);
@@ -231,9 +241,9 @@ void MeasureMarks(const cv::Mat& gray, const FisheyeModel& model, double typical
         mark.bOnCross = centre.has_value();
         mark.contrast = centre ? centre->contrast : 0.0;
         mark.pixel = centre ? centre->pixel : mark.click;
-        mark.sigmaPx = centre ? std::hypot(centre->sigmaPx, kSystematicFloorPx) : kClickSigmaPx;
+        mark.sigmaPx = centre ? std::hypot(centre->sigmaPx, kSystematicFloorPx) : pass.clickSigmaPx;
     }
-    DropFaintCrosses(marks);
+    DropFaintCrosses(pass.clickSigmaPx, marks);
 }
 
 std::size_t CountOnCross(const std::vector<Mark>& marks)
@@ -257,16 +267,21 @@ std::optional<FisheyeModel> MeasureAndFit(const cv::Mat& gray, const FisheyeMode
                                           const CrossSearch& search, std::vector<Mark>& marks)
 {
     FisheyeModel model = fromClicks;
-    double typicalPx = clickSigmaPx;
-    for (int nPass = 0; nPass < kPasses; ++nPass) {
-        MeasureMarks(gray, model, typicalPx, nPass, search, marks);
-        AddSystematic(nPass == 0 ? 0.1 : std::min(typicalPx, 1.0), marks);
+    Pass pass{0, clickSigmaPx, clickSigmaPx};
+    for (; pass.nPass < kPasses; ++pass.nPass) {
+        MeasureMarks(gray, model, pass, search, marks);
+        AddSystematic(pass.nPass == 0 ? 0.1 : std::min(pass.typicalPx, 1.0), marks);
         const auto next = RefitCamera(Observations(marks), model);
         if (!next) {
             return std::nullopt;
         }
         model = *next;
-        typicalPx = std::clamp(TypicalResidualPx(marks, model), 0.01, clickSigmaPx);
+        const double typicalPx = TypicalResidualPx(marks, model);
+        pass.typicalPx = std::clamp(typicalPx, 0.01, clickSigmaPx);
+        if (2 * CountOnCross(marks) < marks.size()) {
+            // The clicks are all there is; the better they agree, the sooner one of them is wrong.
+            pass.clickSigmaPx = std::clamp(typicalPx, kBestClickSigmaPx, pass.clickSigmaPx);
+        }
     }
     return model;
 }
