@@ -45,4 +45,13 @@ struct CalibrationReport {
 bool WriteCalibrationFiles(Machine& machine, const std::string& strRoot, const ClickOptions& options,
                            CalibrationReport& report);
 
+/// Calibrates a manual machine: lens files, the pair's homography from points that both cameras see, and the two
+/// homographies between the fused picture and the bed. Where the fused picture lies is asked of the module.
+/// The report's camera parts say how many marks lie on which camera and how far they are off.
+/// @param options  `sigmaPx` is how far a mark is off in the fused picture; there is no refinement in this flow, so
+/// that
+///                 the operator who clicks badly has a bad calibration
+bool WriteManualCalibrationFiles(Machine& machine, const std::string& strRoot, const ClickOptions& options,
+                                 CalibrationReport& report);
+
 } // namespace Simulator

@@ -27,4 +27,10 @@ bool Truth::Sees(Side side, const cv::Point2d& machineMm) const
     return pixel && pixel->x >= -0.5 && pixel->y >= -0.5 && pixel->x < size.width - 0.5 && pixel->y < size.height - 0.5;
 }
 
+cv::Matx33d Truth::CameraMatrix(Side side) const
+{
+    const Lens& lens = m_machine.m_pImpl->Camera(side).model.GetLens();
+    return {lens.fx, 0.0, lens.cx, 0.0, lens.fy, lens.cy, 0.0, 0.0, 1.0};
+}
+
 } // namespace Simulator

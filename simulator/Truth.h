@@ -21,6 +21,8 @@ public:
     std::optional<cv::Point2d> MachineFromPixel(Side side, const cv::Point2d& pixel) const;
     /// True when a picture of this camera shows the surface point.
     bool Sees(Side side, const cv::Point2d& machineMm) const;
+    /// The lens file of a camera that delivers rectified pictures: focal lengths and principal point, pixels.
+    cv::Matx33d CameraMatrix(Side side) const;
 
 private:
     const Machine& m_machine;
