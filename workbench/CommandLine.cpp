@@ -1,0 +1,165 @@
+#include "CommandLine.h"
+
+#include "Failure.h"
+
+#include <QHash>
+#include <QRegularExpression>
+
+#include <cmath>
+
+namespace Workbench
+{
+
+namespace
+{
+
+/// The options that each command knows.
+const QHash<QString, QStringList>& KnownOptions()
+{
+    static const QHash<QString, QStringList> options{
+        {"demo", {"--out", "--seed", "--click-error"}},
+        {"picture", {"--left", "--right", "--out", "--size", "--data"}},
+        {"to-world", {"--data"}},
+        {"to-pixel", {"--data"}},
+    };
+    return options;
+}
+
+Failure Wrong(const QString& strSentence)
+{
+    return Failure(strSentence + " See --help.", WrongUse);
+}
+
+double Number(const QString& strWord, const QString& strWhat)
+{
+    bool bOk = false;
+    const double dValue = strWord.toDouble(&bOk);
+    if (!bOk || !std::isfinite(dValue)) {
+        throw Wrong(QString("%1 must be a number, not '%2'.").arg(strWhat, strWord));
+    }
+    return dValue;
+}
+
+QSize SizeMm(const QString& strWord)
+{
+    const auto match = QRegularExpression("^([0-9]{1,5})x([0-9]{1,5})$").match(strWord);
+    const QSize size(match.captured(1).toInt(), match.captured(2).toInt());
+    if (!match.hasMatch() || size.width() < 1 || size.height() < 1 || size.width() > 5000 || size.height() > 5000) {
+        throw Wrong(
+            QString("The work area must be given as WIDTHxHEIGHT in whole millimetres, not '%1'.").arg(strWord));
+    }
+    return size;
+}
+
+void TakeOption(CommandLine& line, const QString& strName, const QString& strValue)
+{
+    if (strName == "--out") {
+        line.strOut = strValue;
+    } else if (strName == "--data") {
+        line.strDataFolder = strValue;
+    } else if (strName == "--left") {
+        line.strLeft = strValue;
+    } else if (strName == "--right") {
+        line.strRight = strValue;
+    } else if (strName == "--size") {
+        line.sizeMm = SizeMm(strValue);
+    } else if (strName == "--seed") {
+        bool bOk = false;
+        line.nSeed = strValue.toULongLong(&bOk);
+        if (!bOk) {
+            throw Wrong(QString("The seed must be a whole number, not '%1'.").arg(strValue));
+        }
+    } else if (strName == "--click-error") {
+        line.dClickErrorPx = Number(strValue, "The click error");
+        if (line.dClickErrorPx < 0.0 || line.dClickErrorPx > 100.0) {
+            throw Wrong("The click error must lie between 0 and 100 px.");
+        }
+    }
+}
+
+void TakePlainWords(CommandLine& line, const QStringList& listPlain)
+{
+    const bool bPoint = line.strCommand == "to-world" || line.strCommand == "to-pixel";
+    if (listPlain.size() != (bPoint ? 2 : 0)) {
+        throw bPoint ? Wrong(QString("%1 needs two numbers, X and Y.").arg(line.strCommand))
+                     : Wrong(QString("'%1' means nothing to %2.").arg(listPlain.first(), line.strCommand));
+    }
+    if (bPoint) {
+        line.dX = Number(listPlain[0], "X");
+        line.dY = Number(listPlain[1], "Y");
+    }
+}
+
+} // namespace
+
+CommandLine ParseCommandLine(const QStringList& listWords)
+{
+    CommandLine line;
+    if (listWords.isEmpty() || listWords.contains("--help") || listWords.contains("-h")) {
+        line.strCommand = "help";
+        return line;
+    }
+    line.strCommand = listWords.first();
+    if (line.strCommand == "--version") {
+        line.strCommand = "version";
+        return line;
+    }
+    if (!KnownOptions().contains(line.strCommand)) {
+        throw Wrong(QString("There is no command '%1'.").arg(line.strCommand));
+    }
+    if (line.strCommand == "picture") {
+        line.strOut.clear();
+    }
+    const QStringList listKnown = KnownOptions().value(line.strCommand);
+    QStringList listPlain;
+    for (qsizetype i = 1; i < listWords.size(); ++i) {
+        const QString& strWord = listWords[i];
+        if (!strWord.startsWith("--")) {
+            listPlain.append(strWord);
+            continue;
+        }
+        if (!listKnown.contains(strWord)) {
+            throw Wrong(QString("%1 has no option '%2'.").arg(line.strCommand, strWord));
+        }
+        if (i + 1 >= listWords.size() || listWords[i + 1].isEmpty()) {
+            throw Wrong(QString("The option %1 needs a value.").arg(strWord));
+        }
+        TakeOption(line, strWord, listWords[++i]);
+    }
+    TakePlainWords(line, listPlain);
+    if (line.strCommand == "picture" && (line.strLeft.isEmpty() || line.strRight.isEmpty() || line.strOut.isEmpty())) {
+        throw Wrong("picture needs --left, --right and --out.");
+    }
+    return line;
+}
+
+QString HelpText()
+{
+    return R"(Usage: workbench COMMAND [OPTIONS]
+
+The reference host of CalibrateTwoCamera: two camera pictures become one picture of the work area at 6 px per mm, and points
+convert between that picture and machine millimetres.
+
+Commands
+  demo                      calibrate a simulated machine, make its work area picture, and measure the error in millimetres
+      --out DIR             where work_area.png, error_map.png, report.json and the calibration go (default: out)
+      --seed N              which simulated machine (default: 1)
+      --click-error PX      how far the simulated operator's clicks are off, sigma in pixels (default: 3)
+  picture                   make a work area picture from two camera pictures
+      --left A --right B    the two pictures, as the cameras deliver them
+      --out C.png           where the result goes; the suffix names the format
+      --size WxH            work area in millimetres (default: the machine's own)
+      --data DIR            see below
+  to-world X Y [--data DIR] millimetres of a pixel of the work area picture
+  to-pixel X Y [--data DIR] pixel of the work area picture of a point in millimetres
+
+--data DIR takes the place of the user's configuration folder. The calibration lies below it in
+Quillboost/Resources/Vision/calib/Camera_Two/Result, the work area in Quillboost/Resources/Data/CameraSetting.ini.
+After a demonstration, --data out/data is the folder of the simulated machine.
+
+Exit codes: 0 success, 1 failure, 2 wrong use, 3 the demonstration ran but missed one of its measures. A failure is one
+sentence on standard error; what the modules had to say stands in the log, ~/.local/state/calibrate-two-camera.log.
+)";
+}
+
+} // namespace Workbench

@@ -1,0 +1,33 @@
+#include "PluginHost.h"
+
+#include "Failure.h"
+
+#include <QCoreApplication>
+
+namespace Workbench
+{
+
+PluginHost::PluginHost() : m_library(QCoreApplication::applicationDirPath() + "/../lib/libCalibrateTwoCamera.so")
+{
+    using NewFunction = Vision::ICalibrate* (*)();
+    if (!m_library.load()) {
+        throw Failure(QString("The plug-in cannot be loaded: %1").arg(m_library.errorString()));
+    }
+    const auto pfnNew = reinterpret_cast<NewFunction>(m_library.resolve("NewInterface"));
+    m_pfnRelease = reinterpret_cast<ReleaseFunction>(m_library.resolve("ReleaseInterface"));
+    if (!pfnNew || !m_pfnRelease) {
+        throw Failure(QString("%1 is no plug-in of this kind: an export is missing.").arg(m_library.fileName()));
+    }
+    m_pCalibrate = pfnNew();
+    if (!m_pCalibrate) {
+        throw Failure("The plug-in gave no object.");
+    }
+}
+
+// The library stays loaded: what it has made lives to the end of the process.
+PluginHost::~PluginHost()
+{
+    m_pfnRelease(m_pCalibrate);
+}
+
+} // namespace Workbench
