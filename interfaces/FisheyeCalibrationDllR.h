@@ -13,7 +13,8 @@
 /// Fits one camera's model and pose to marks on the surface.
 /// @param gray    width x height bytes, the raw picture; each point is refined on the engraved cross it shows
 /// @param points  machine millimetres and raw picture pixels; the picture coordinates come back refined
-/// @param error   RMS residual in raw pixels
+/// @param error   RMS residual in raw pixels, over the points found on crosses; over all points where most are on none
+/// @param outWidth, outHeight  not used: the model does not depend on the size of a corrected picture
 /// False for too few, collinear or duplicate points, non-finite input and a fit that does not converge.
 MODULE_EXPORT bool SingleCamCalibration(unsigned char* gray, long width, long height, int bits,
                                         std::vector<CalibrationPoint>& points, long outWidth, long outHeight,

@@ -20,7 +20,7 @@ namespace
 {
 
 constexpr long kLargestSide = 32768;
-constexpr std::size_t kMostPoints = 10000;
+constexpr std::size_t kMostPoints = 1000;
 constexpr double kUsualClickSigmaPx = 3.0;  ///< of a hand, in a picture of the usual size
 constexpr double kBestClickSigmaPx = 0.3;   ///< of points that something else has refined before
 constexpr double kSystematicFloorPx = 0.03; ///< no cross is known better than this
