@@ -1,0 +1,183 @@
+#include "CrossPtsDetectDllR.h"
+#include "SeededNoise.h"
+
+#include <gtest/gtest.h>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <cstring>
+#include <limits>
+
+namespace
+{
+
+cv::Mat Noise(int nWidth, int nHeight, int nType)
+{
+    cv::Mat picture(nHeight, nWidth, nType);
+    for (std::size_t i = 0; i < picture.total() * picture.elemSize(); ++i) {
+        picture.data[i] = static_cast<unsigned char>(Simulator::Mix(3, i));
+    }
+    return picture;
+}
+
+class Pictures : public ::testing::Test
+{
+protected:
+    std::string Path(const char* pName) const { return m_folder.path().toStdString() + "/" + pName; }
+
+    std::string Write(const char* pName, const QByteArray& bytes) const
+    {
+        QFile file(QString::fromStdString(Path(pName)));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+        return Path(pName);
+    }
+
+    bool Read(const std::string& strFile)
+    {
+        return Read_Image(m_pPixels, m_nWidth, m_nHeight, m_nBits, strFile.c_str());
+    }
+
+    bool Holds(const cv::Mat& picture) const
+    {
+        return m_nWidth == picture.cols && m_nHeight == picture.rows && m_nBits == 8 * picture.channels() &&
+               std::memcmp(m_pPixels, picture.data, picture.total() * picture.elemSize()) == 0;
+    }
+
+    QTemporaryDir m_folder;
+    unsigned char* m_pPixels = nullptr;
+    long m_nWidth = -5;
+    long m_nHeight = -6;
+    int m_nBits = -7;
+};
+
+} // namespace
+
+TEST_F(Pictures, EveryDepthComesBackAsItWasSaved)
+{
+    // Odd widths: the rows of a bitmap file are padded, those of a buffer are not.
+    for (const int nType : {CV_8UC1, CV_8UC3, CV_8UC4}) {
+        for (const int nWidth : {1, 2, 3, 5, 64, 101}) {
+            for (const char* pName : {"p.bmp", "p.png"}) {
+                const cv::Mat picture = Noise(nWidth, 7, nType);
+                ASSERT_TRUE(Save_Image(picture.data, nWidth, 7, 8 * picture.channels(), Path(pName).c_str()));
+                ASSERT_TRUE(Read(Path(pName)));
+                EXPECT_TRUE(Holds(picture)) << pName << " " << nWidth << " " << nType;
+            }
+        }
+    }
+}
+
+TEST_F(Pictures, WhatOpenCvWritesIsRead)
+{
+    const cv::Mat picture = Noise(37, 21, CV_8UC3);
+    ASSERT_TRUE(cv::imwrite(Path("p.bmp"), picture));
+    ASSERT_TRUE(Read(Path("p.bmp")));
+    EXPECT_TRUE(Holds(picture));
+}
+
+TEST_F(Pictures, WhatIsSavedOpenCvReads)
+{
+    const cv::Mat picture = Noise(37, 21, CV_8UC3);
+    ASSERT_TRUE(Save_Image(picture.data, 37, 21, 24, Path("p.bmp").c_str()));
+    EXPECT_EQ(cv::norm(cv::imread(Path("p.bmp")), picture, cv::NORM_INF), 0.0);
+}
+
+TEST_F(Pictures, ABufferThatComesBackInIsUsedAgain)
+{
+    cv::imwrite(Path("p.bmp"), Noise(64, 64, CV_8UC3));
+    ASSERT_TRUE(Read(Path("p.bmp")));
+    unsigned char* pFirst = m_pPixels;
+    for (int i = 0; i < 5; ++i) {
+        ASSERT_TRUE(Read(Path("p.bmp")));
+        EXPECT_EQ(m_pPixels, pFirst);
+    }
+}
+
+TEST_F(Pictures, APointerOfAnotherOwnerIsLeftAlone)
+{
+    unsigned char own[4] = {1, 2, 3, 4};
+    m_pPixels = own;
+    cv::imwrite(Path("p.bmp"), Noise(64, 64, CV_8UC3));
+    ASSERT_TRUE(Read(Path("p.bmp")));
+    EXPECT_NE(m_pPixels, own);
+    EXPECT_EQ(own[3], 4);
+}
+
+TEST_F(Pictures, WhatIsNoPictureLeavesTheOutputsUntouched)
+{
+    cv::imwrite(Path("good.bmp"), Noise(64, 64, CV_8UC3));
+    QFile good(QString::fromStdString(Path("good.bmp")));
+    ASSERT_TRUE(good.open(QIODevice::ReadOnly));
+    const QByteArray bytes = good.readAll();
+    QByteArray huge = bytes;
+    const std::int32_t nHuge = 2000000000;
+    std::memcpy(huge.data() + 18, &nHuge, 4);
+    std::memcpy(huge.data() + 22, &nHuge, 4);
+    QByteArray negative = bytes;
+    const std::int32_t nNegative = -64;
+    std::memcpy(negative.data() + 18, &nNegative, 4);
+    QByteArray lowest = bytes;
+    const std::int32_t nLowest = std::numeric_limits<std::int32_t>::min();
+    std::memcpy(lowest.data() + 22, &nLowest, 4);
+    const std::vector<std::string> files{Path("missing.bmp"),
+                                         m_folder.path().toStdString(),
+                                         Write("empty.bmp", ""),
+                                         Write("two.bmp", "BM"),
+                                         Write("header.bmp", bytes.left(54)),
+                                         Write("cut.bmp", bytes.left(bytes.size() / 2)),
+                                         Write("huge.bmp", huge),
+                                         Write("negative.bmp", negative),
+                                         Write("lowest.bmp", lowest),
+                                         Write("text.bmp", "no picture at all"),
+                                         Write("binary.png", QByteArray(3000, '\xff'))};
+    for (const std::string& strFile : files) {
+        EXPECT_FALSE(Read(strFile)) << strFile;
+        EXPECT_EQ(m_pPixels, nullptr) << strFile;
+        EXPECT_EQ(m_nWidth, -5) << strFile;
+        EXPECT_EQ(m_nHeight, -6) << strFile;
+        EXPECT_EQ(m_nBits, -7) << strFile;
+    }
+    EXPECT_FALSE(Read_Image(m_pPixels, m_nWidth, m_nHeight, m_nBits, nullptr));
+}
+
+TEST_F(Pictures, WhatCannotBeSavedIsRefused)
+{
+    const cv::Mat picture = Noise(8, 8, CV_8UC3);
+    const std::string strFile = Path("p.bmp");
+    EXPECT_FALSE(Save_Image(nullptr, 8, 8, 24, strFile.c_str()));
+    EXPECT_FALSE(Save_Image(picture.data, 8, 8, 24, nullptr));
+    EXPECT_FALSE(Save_Image(picture.data, 0, 8, 24, strFile.c_str()));
+    EXPECT_FALSE(Save_Image(picture.data, 8, -1, 24, strFile.c_str()));
+    EXPECT_FALSE(Save_Image(picture.data, 8, 8, 16, strFile.c_str()));
+    EXPECT_FALSE(Save_Image(picture.data, std::numeric_limits<long>::max(), 8, 24, strFile.c_str()));
+    EXPECT_FALSE(QFile::exists(QString::fromStdString(strFile)));
+    EXPECT_FALSE(Save_Image(picture.data, 8, 8, 24, Path("no/such/folder.bmp").c_str()));
+    EXPECT_FALSE(Save_Image(picture.data, 8, 8, 24, Path("suffix.unknown").c_str()));
+}
+
+TEST_F(Pictures, GreyIsWhatOpenCvMakesOfBgr)
+{
+    for (const int nType : {CV_8UC3, CV_8UC4}) {
+        cv::Mat picture = Noise(33, 9, nType);
+        cv::Mat expected, grey(9, 33, CV_8UC1);
+        cv::cvtColor(picture, expected, nType == CV_8UC3 ? cv::COLOR_BGR2GRAY : cv::COLOR_BGRA2GRAY);
+        ConvertRGBToGray(picture.data, 33, 9, 8 * picture.channels(), grey.data);
+        EXPECT_EQ(cv::norm(grey, expected, cv::NORM_INF), 0.0);
+    }
+}
+
+TEST_F(Pictures, GreyOfAnotherDepthOrOfNothingIsLeftUntouched)
+{
+    cv::Mat picture = Noise(4, 4, CV_8UC3);
+    cv::Mat grey(4, 4, CV_8UC1, cv::Scalar(77));
+    ConvertRGBToGray(picture.data, 4, 4, 8, grey.data);
+    ConvertRGBToGray(picture.data, 4, 4, 16, grey.data);
+    ConvertRGBToGray(picture.data, -4, 4, 24, grey.data);
+    ConvertRGBToGray(nullptr, 4, 4, 24, grey.data);
+    ConvertRGBToGray(picture.data, 4, 4, 24, nullptr);
+    EXPECT_EQ(cv::countNonZero(grey != 77), 0);
+}
