@@ -1,0 +1,144 @@
+#include "KorvaneVision.h"
+
+#include <gtest/gtest.h>
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <cmath>
+
+using namespace Korvane::CameraCalibration;
+
+namespace
+{
+
+class MatrixFiles : public ::testing::Test
+{
+protected:
+    std::string Path(const char* pName) const { return m_folder.path().toStdString() + "/" + pName; }
+
+    std::string Write(const char* pName, const QByteArray& bytes) const
+    {
+        QFile file(QString::fromStdString(Path(pName)));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+        return Path(pName);
+    }
+
+    QByteArray ReadAll(const std::string& strFile) const
+    {
+        QFile file(QString::fromStdString(strFile));
+        EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+        return file.readAll();
+    }
+
+    QTemporaryDir m_folder;
+    const cv::Mat m_matCamera = (cv::Mat_<double>(3, 3) << 2200.25, 0, 1290.5, 0, 2201.75, 970.125, 0, 0, 1);
+    const cv::Mat m_matLens = (cv::Mat_<double>(1, 5) << -0.1, 0.02, 1e-4, -2e-4, 0.003);
+    const cv::Mat m_matHomography =
+        (cv::Mat_<double>(3, 3) << 1.01, 0.002, 1500.5, -0.003, 0.99, -12.25, 1e-6, -2e-6, 1);
+};
+
+/// Damaged variants of a good file.
+std::vector<QByteArray> Damaged(const QByteArray& good)
+{
+    QByteArray nan = good, text = good, rows = good, type = good, key = good;
+    nan.replace("1.", ".Nan ");
+    text.replace("1.", "word ");
+    rows.replace("<rows>3</rows>", "<rows>1000000</rows>");
+    type.replace("<dt>d</dt>", "<dt>999999d</dt>");
+    key.replace("HomMat2D", "Other").replace("CameraMatrix", "Other");
+    return {"",
+            "no XML",
+            "<?xml version=\"1.0\"?>",
+            "<?xml version=\"1.0\"?><opencv_storage></opencv_storage>",
+            good.left(good.size() / 2),
+            good.left(good.size() - 3),
+            QByteArray(5000, '\xfe'),
+            QByteArray(5000, '\0'),
+            QByteArray(2 * 1024 * 1024, ' '),
+            nan,
+            text,
+            rows,
+            type,
+            key};
+}
+
+} // namespace
+
+TEST_F(MatrixFiles, ACamerasFileComesBackAsItWasWritten)
+{
+    ASSERT_TRUE(SaveCameraParameters(Path("c.xml"), m_matCamera, m_matLens, 0.125));
+    cv::Mat camera, lens;
+    double error = 0.0;
+    ASSERT_TRUE(LoadCameraParameters(Path("c.xml"), camera, lens, error));
+    EXPECT_EQ(cv::norm(camera, m_matCamera, cv::NORM_INF), 0.0);
+    EXPECT_EQ(cv::norm(lens, m_matLens, cv::NORM_INF), 0.0);
+    EXPECT_EQ(error, 0.125);
+    EXPECT_EQ(camera.type(), CV_64F);
+}
+
+TEST_F(MatrixFiles, AHomographyComesBackAsItWasWrittenUnderItsKey)
+{
+    ASSERT_TRUE(SaveHomography(Path("h.xml"), m_matHomography));
+    EXPECT_TRUE(ReadAll(Path("h.xml")).contains("<HomMat2D"));
+    cv::Mat homography;
+    ASSERT_TRUE(LoadHomography(Path("h.xml"), homography));
+    EXPECT_EQ(cv::norm(homography, m_matHomography, cv::NORM_INF), 0.0);
+    EXPECT_EQ(homography.type(), CV_64F);
+}
+
+TEST_F(MatrixFiles, DamagedFilesAreRefusedAndTheOutputsStay)
+{
+    ASSERT_TRUE(SaveHomography(Path("h.xml"), m_matHomography));
+    ASSERT_TRUE(SaveCameraParameters(Path("c.xml"), m_matCamera, m_matLens, 0.5));
+    const auto expectRefused = [](const std::string& strFile, const QByteArray& told) {
+        cv::Mat camera(2, 2, CV_8U), lens(2, 2, CV_8U), homography(2, 2, CV_8U);
+        double error = -3.0;
+        EXPECT_FALSE(LoadHomography(strFile, homography)) << told.left(400).constData();
+        EXPECT_FALSE(LoadCameraParameters(strFile, camera, lens, error)) << told.left(400).constData();
+        EXPECT_EQ(homography.rows, 2);
+        EXPECT_EQ(camera.rows, 2);
+        EXPECT_EQ(lens.rows, 2);
+        EXPECT_EQ(error, -3.0);
+        EXPECT_NE(GetLastError().find(strFile), std::string::npos);
+    };
+    for (const char* pGood : {"h.xml", "c.xml"}) {
+        for (const QByteArray& bytes : Damaged(ReadAll(Path(pGood)))) {
+            expectRefused(Write("bad.xml", bytes), bytes);
+        }
+    }
+    expectRefused(Path("missing.xml"), "a missing file");
+    expectRefused(m_folder.path().toStdString(), "a folder");
+}
+
+TEST_F(MatrixFiles, WhatIsNoMatrixOfItsKindIsNotWritten)
+{
+    const cv::Mat nan(3, 3, CV_64F, cv::Scalar(std::nan("")));
+    EXPECT_FALSE(SaveHomography(Path("h.xml"), cv::Mat()));
+    EXPECT_FALSE(SaveHomography(Path("h.xml"), cv::Mat::eye(2, 3, CV_64F)));
+    EXPECT_FALSE(SaveHomography(Path("h.xml"), nan));
+    EXPECT_FALSE(SaveCameraParameters(Path("h.xml"), nan, m_matLens, 0.0));
+    EXPECT_FALSE(SaveCameraParameters(Path("h.xml"), cv::Mat(), m_matLens, 0.0));
+    EXPECT_FALSE(QFile::exists(QString::fromStdString(Path("h.xml"))));
+    EXPECT_FALSE(SaveHomography(Path("no/folder/h.xml"), m_matHomography));
+}
+
+TEST_F(MatrixFiles, AFailedWriteLeavesTheOldFile)
+{
+    ASSERT_TRUE(SaveHomography(Path("h.xml"), m_matHomography));
+    EXPECT_FALSE(SaveHomography(Path("h.xml"), cv::Mat()));
+    cv::Mat homography;
+    EXPECT_TRUE(LoadHomography(Path("h.xml"), homography));
+}
+
+TEST(ExpansionHomography, IsTheDiagonalTimesTheMatrix)
+{
+    const cv::Mat matrix = (cv::Mat_<double>(3, 3) << 1, 2, 3, 4, 5, 6, 7, 8, 9);
+    const cv::Mat expected = (cv::Mat_<double>(3, 3) << 6, 12, 18, 24, 30, 36, 7, 8, 9);
+    const cv::Mat answer = Korvane::UtilityFunctions::CalculateExpansionHomography(matrix, 6.0);
+    ASSERT_EQ(answer.type(), CV_64F);
+    EXPECT_EQ(cv::norm(answer, expected, cv::NORM_INF), 0.0);
+    EXPECT_TRUE(Korvane::UtilityFunctions::CalculateExpansionHomography(cv::Mat(), 6.0).empty());
+    EXPECT_TRUE(Korvane::UtilityFunctions::CalculateExpansionHomography(cv::Mat::eye(2, 2, CV_64F), 6.0).empty());
+}
