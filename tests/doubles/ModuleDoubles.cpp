@@ -1,0 +1,255 @@
+#include "ModuleDoubles.h"
+
+#include "CrossPtsDetectDllR.h"
+#include "FisheyeCalibrationDllR.h"
+#include "KorvaneVision.h"
+#include "Log.h"
+#include "Translator.h"
+#include "UiPermissionsManager.h"
+
+#include <opencv2/imgcodecs.hpp>
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+
+namespace Doubles
+{
+
+int State::Count(const std::string& strName) const
+{
+    return static_cast<int>(std::count_if(journal.begin(), journal.end(), [&](const std::string& strLine) {
+        return strLine.rfind(strName + "(", 0) == 0;
+    }));
+}
+
+bool State::Logged(int nLevel, const std::string& strText) const
+{
+    return std::find(logLines.begin(), logLines.end(), std::make_pair(nLevel, strText)) != logLines.end();
+}
+
+State& The()
+{
+    static State state;
+    return state;
+}
+
+void Reset()
+{
+    The() = State();
+}
+
+} // namespace Doubles
+
+namespace
+{
+
+std::string BaseName(const std::string& strFile)
+{
+    return strFile.substr(strFile.find_last_of('/') + 1);
+}
+
+/// Journals the call, throws if told to, and gives the set answer.
+bool Call(const std::string& strName, const std::string& strArguments)
+{
+    Doubles::State& state = Doubles::The();
+    state.journal.push_back(strName + "(" + strArguments + ")");
+    if (state.throwFrom.count(strName) != 0) {
+        throw cv::Exception(-1, state.throwFrom[strName], strName, "double", 0);
+    }
+    return state.answers.count(strName) == 0 || state.answers[strName];
+}
+
+std::string Folder(const std::string& strFile)
+{
+    const std::string strFolder = strFile.substr(0, strFile.find_last_of('/'));
+    return BaseName(strFolder) + "/" + BaseName(strFile);
+}
+
+} // namespace
+
+void ILog_WriteLog(int nLevel, const char* pText)
+{
+    Doubles::The().logLines.emplace_back(nLevel, pText);
+}
+
+void ILog_WriteLogF(int nLevel, const char* pFormat, ...)
+{
+    char szText[4096];
+    std::va_list arguments;
+    va_start(arguments, pFormat);
+    std::vsnprintf(szText, sizeof szText, pFormat, arguments);
+    va_end(arguments);
+    ILog_WriteLog(nLevel, szText);
+}
+
+CTranslator* CTranslator::GetInstance()
+{
+    static CTranslator translator;
+    return &translator;
+}
+
+QString CTranslator::GetWording(const QString& strKey)
+{
+    return strKey;
+}
+
+CUiPermissionsManager* CUiPermissionsManager::GetInstance()
+{
+    static CUiPermissionsManager manager;
+    return &manager;
+}
+
+QString CUiPermissionsManager::GetThemeName()
+{
+    return Doubles::The().strTheme;
+}
+
+bool Read_Image(unsigned char*& pixels, long& width, long& height, int& bits, const char* file)
+{
+    if (!Call("Read_Image", BaseName(file))) {
+        return false;
+    }
+    const cv::Mat picture = cv::imread(file, cv::IMREAD_UNCHANGED);
+    // Kept to the end of the process, as the contract lets the module do.
+    static std::vector<cv::Mat> kept;
+    kept.push_back(picture);
+    pixels = picture.data;
+    width = picture.cols;
+    height = picture.rows;
+    bits = Doubles::The().nReadBits != 0 ? Doubles::The().nReadBits : 8 * picture.channels();
+    return true;
+}
+
+bool Save_Image(unsigned char* pixels, long width, long height, int bits, const char* file)
+{
+    if (!Call("Save_Image", BaseName(file) + " " + std::to_string(width) + "x" + std::to_string(height) + " " +
+                                std::to_string(bits))) {
+        return false;
+    }
+    return cv::imwrite(file, cv::Mat(static_cast<int>(height), static_cast<int>(width), CV_8UC(bits / 8), pixels));
+}
+
+void ConvertRGBToGray(unsigned char*, long, long, int bits, unsigned char*)
+{
+    Call("ConvertRGBToGray", std::to_string(bits));
+}
+
+bool LoadCalibrationParam(const char* file, FishEyeCalibrationParam& param)
+{
+    const bool bOk = Call("LoadCalibrationParam", BaseName(file));
+    param.words[0] = BaseName(file)[0] == 'L' ? 1.0 : 2.0;
+    return bOk;
+}
+
+bool SingleCamCorrected(unsigned char*, long srcWidth, long srcHeight, int bits, FishEyeCalibrationParam param,
+                        unsigned char*, long dstWidth, long dstHeight, unsigned char* mask)
+{
+    return Call("SingleCamCorrected",
+                std::to_string(srcWidth) + "x" + std::to_string(srcHeight) + " " + std::to_string(bits) + " record " +
+                    std::to_string(static_cast<int>(param.words[0])) + " to " + std::to_string(dstWidth) + "x" +
+                    std::to_string(dstHeight) + (mask ? " mask" : ""));
+}
+
+bool FishEyeImageStitching(unsigned char* leftData, long, long, int, FishEyeCalibrationParam,
+                           std::vector<CalibrationPoint> leftPoints, unsigned char*, long, long, int,
+                           FishEyeCalibrationParam, std::vector<CalibrationPoint>, unsigned char* out, long outWidth,
+                           long outHeight, int outBits, DualFishEyeCalibrationParam&)
+{
+    Doubles::State& state = Doubles::The();
+    state.nStitchPoints = leftPoints.size();
+    state.nStitchBits = outBits;
+    state.nStitchWidth = outWidth;
+    state.nStitchHeight = outHeight;
+    state.bStitchNullLeft = leftData == nullptr;
+    const bool bOk = Call("FishEyeImageStitching", "");
+    const std::size_t nBytes = static_cast<std::size_t>(outWidth * outHeight * outBits / 8);
+    if (out && nBytes > 0) {
+        state.bStitchBufferZero = std::all_of(out, out + nBytes, [](unsigned char n) { return n == 0; });
+        std::memset(out, 77, nBytes);
+    }
+    return bOk;
+}
+
+bool LoadDualCamerasCalibrationParam(const char* file, DualFishEyeCalibrationParam&)
+{
+    return Call("LoadDualCamerasCalibrationParam", BaseName(file));
+}
+
+bool DualCam_CorrectedImageToWorldPoint(float x, float y, DualFishEyeCalibrationParam, float& worldX, float& worldY,
+                                        float& worldZ)
+{
+    const bool bOk = Call("DualCam_CorrectedImageToWorldPoint", "");
+    worldX = x / 6.0f - Doubles::The().fPairX;
+    worldY = y / 6.0f - Doubles::The().fPairY;
+    worldZ = 5.0f;
+    return bOk;
+}
+
+bool DualCam_WorldToSecondCorrectedImagePoint(float worldX, float worldY, float worldZ, DualFishEyeCalibrationParam,
+                                              float& x, float& y)
+{
+    const bool bOk = Call("DualCam_WorldToSecondCorrectedImagePoint", "z " + std::to_string(static_cast<int>(worldZ)));
+    x = 6.0f * ((Doubles::The().bMirrorPair ? -worldX : worldX) + Doubles::The().fPairX);
+    y = 6.0f * (worldY + Doubles::The().fPairY);
+    return bOk;
+}
+
+namespace Korvane::CameraCalibration
+{
+
+ImageDirFlags::ImageDirFlags(int rotateCode, bool mirrorX, bool mirrorY)
+    : nRotateCode(rotateCode), bMirrorX(mirrorX), bMirrorY(mirrorY)
+{
+    Call("ImageDirFlags", std::to_string(rotateCode) + "," + (mirrorX ? "1" : "0") + "," + (mirrorY ? "1" : "0"));
+}
+
+bool LoadCameraParameters(const std::string& file, cv::Mat& cameraMatrix, cv::Mat& distortion, double& error)
+{
+    Doubles::The().dLoadError = error;
+    const bool bOk = Call("LoadCameraParameters", Folder(file));
+    cameraMatrix = Doubles::The().camera;
+    distortion = Doubles::The().distortion;
+    return bOk;
+}
+
+bool UnDistortedImage(const cv::Mat& src, cv::Mat&, cv::Mat&, const double& a, const double& b, cv::Mat& dst)
+{
+    Doubles::The().dScaleA = a;
+    Doubles::The().dScaleB = b;
+    const bool bOk = Call("UnDistortedImage", "");
+    if (bOk) {
+        dst = src.clone();
+    }
+    return bOk;
+}
+
+bool LoadHomography(const std::string& file, cv::Mat& homography)
+{
+    const bool bOk = Call("LoadHomography", Folder(file));
+    if (bOk) {
+        homography = Doubles::The().homography.clone();
+    }
+    return bOk;
+}
+
+bool DoBlendingImageForDualCam(const cv::Mat& left, const ImageDirFlags&, const cv::Mat&, const ImageDirFlags&,
+                               const double& a, const double& b, const cv::Mat&, double& score, cv::Mat& dst)
+{
+    Doubles::The().dScaleA = a;
+    Doubles::The().dScaleB = b;
+    Doubles::The().dBlendScore = score;
+    const bool bOk = Call("DoBlendingImageForDualCam", "");
+    dst = Doubles::The().bBlendEmpty ? cv::Mat() : left.clone();
+    return bOk;
+}
+
+} // namespace Korvane::CameraCalibration
+
+cv::Mat Korvane::UtilityFunctions::CalculateExpansionHomography(const cv::Mat& homography, double scale)
+{
+    Doubles::The().dExpansionScale = scale;
+    Call("CalculateExpansionHomography", "");
+    return homography;
+}

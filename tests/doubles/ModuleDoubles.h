@@ -1,0 +1,50 @@
+#pragma once
+
+// Stands in for every linked module in tests of the plug-in's own decisions. Each call is written into one journal;
+// what the calls answer is set beforehand. `Reset` before each test.
+
+#include "CalibrationPoint.h"
+#include "FishEyeParams.h"
+
+#include <opencv2/core.hpp>
+
+#include <QString>
+
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Doubles
+{
+
+struct State {
+    std::vector<std::string> journal;                  ///< module calls in order, as "Name(arguments that matter)"
+    std::vector<std::pair<int, std::string>> logLines; ///< level and text
+    QString strTheme = "Quillboost";
+    std::map<std::string, bool> answers;          ///< by operation; true where none is set
+    std::map<std::string, std::string> throwFrom; ///< operation to the message of a cv::Exception
+
+    int nReadBits = 0; ///< overrides the depth that Read_Image reports, where not 0
+    bool bBlendEmpty = false;
+    cv::Mat camera, distortion, homography; ///< what the loaders give
+    float fPairX = 0.0f, fPairY = 0.0f;     ///< added by the pair's conversions
+    bool bMirrorPair = false;               ///< the pair's x runs backward
+    std::size_t nStitchPoints = 0;
+    int nStitchBits = 0;
+    long nStitchWidth = 0, nStitchHeight = 0;
+    bool bStitchNullLeft = false;
+    bool bStitchBufferZero = false;      ///< the whole buffer came in zeroed
+    double dScaleA = 0.0, dScaleB = 0.0; ///< of the last UnDistortedImage or blending
+    double dLoadError = 0.0;             ///< as it came in
+    double dBlendScore = 0.0;            ///< as it came in
+    double dExpansionScale = 0.0;
+
+    int Count(const std::string& strName) const;
+    bool Logged(int nLevel, const std::string& strText) const;
+};
+
+State& The();
+void Reset();
+
+} // namespace Doubles
