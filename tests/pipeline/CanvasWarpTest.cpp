@@ -1,0 +1,124 @@
+#include "PipelineFixture.h"
+
+#include <QFile>
+
+class CanvasWarp : public PipelineFixture
+{
+protected:
+    void SetUp() override
+    {
+        PipelineFixture::SetUp();
+        Doubles::The().homography = (cv::Mat_<double>(3, 3) << 2, 0, 0, 0, 2, 0, 0, 0, 1);
+        for (int y = 0; y < m_matSrc.rows; ++y) {
+            for (int x = 0; x < m_matSrc.cols; ++x) {
+                m_matSrc.at<cv::Vec3b>(y, x) = cv::Vec3b(static_cast<uchar>(x), static_cast<uchar>(y), 7);
+            }
+        }
+    }
+
+    int Warp(int nWidth, int nHeight) { return m_instance.WarpImage(m_matSrc, nWidth, nHeight, m_matDst); }
+
+    cv::Mat m_matSrc = cv::Mat(90, 120, CV_8UC3);
+    cv::Mat m_matDst;
+};
+
+TEST_F(CanvasWarp, TheWorkAreaIsCutOutOfTheStitchedPicture)
+{
+    SetFlow(1);
+    Doubles::The().fPairX = 2.0f; // the machine's origin lies at pixel (12, 6)
+    Doubles::The().fPairY = 1.0f;
+    ASSERT_EQ(Warp(10, 5), 0);
+    EXPECT_EQ(m_matDst.size(), cv::Size(60, 30));
+    EXPECT_EQ(m_matDst.at<cv::Vec3b>(0, 0), cv::Vec3b(12, 6, 7));
+    EXPECT_TRUE(Doubles::The().Logged(0, "WarpImage AutoDualCalib : 12, 6,72, 36"));
+    // One answer of 0 for each corner ends the asking.
+    EXPECT_EQ(Doubles::The().Count("DualCam_WorldToSecondCorrectedImagePoint"), 2);
+}
+
+TEST_F(CanvasWarp, APartlyVisibleAreaIsClippedWithoutABorder)
+{
+    SetFlow(1);
+    Doubles::The().fPairX = -5.0f;
+    ASSERT_EQ(Warp(20, 20), 0);
+    EXPECT_EQ(m_matDst.size(), cv::Size(90, 90));
+}
+
+TEST_F(CanvasWarp, AnAreaOutsideOfThePictureFailsAndLeavesTheClone)
+{
+    SetFlow(1);
+    Doubles::The().fPairX = 1000.0f;
+    EXPECT_EQ(Warp(10, 5), -1);
+    EXPECT_EQ(m_matDst.size(), m_matSrc.size());
+    EXPECT_NE(m_matDst.data, m_matSrc.data);
+}
+
+TEST_F(CanvasWarp, MirroredCornersGiveTheSameRectangle)
+{
+    SetFlow(1);
+    Doubles::The().bMirrorPair = true;
+    Doubles::The().fPairX = 12.0f; // from pixel 72 back to pixel 12
+    ASSERT_EQ(Warp(10, 5), 0);
+    EXPECT_EQ(m_matDst.size(), cv::Size(60, 30));
+    EXPECT_EQ(m_matDst.at<cv::Vec3b>(0, 0), cv::Vec3b(12, 0, 7));
+}
+
+TEST_F(CanvasWarp, NumbersThatAreNoneFail)
+{
+    SetFlow(1);
+    Doubles::The().fPairX = std::numeric_limits<float>::quiet_NaN();
+    EXPECT_EQ(Warp(10, 5), -1);
+}
+
+TEST_F(CanvasWarp, TheTargetMayBeTheSource)
+{
+    SetFlow(1);
+    cv::Mat picture = m_matSrc.clone();
+    ASSERT_EQ(m_instance.WarpImage(picture, 10, 5, picture), 0);
+    EXPECT_EQ(picture.size(), cv::Size(60, 30));
+}
+
+TEST_F(CanvasWarp, TheManualRoadPaintsSixPixelsAMillimetre)
+{
+    Touch("Result/DualCamera_pix2mm.xml");
+    ASSERT_EQ(Warp(10, 5), 0);
+    EXPECT_EQ(m_matDst.size(), cv::Size(60, 30));
+    EXPECT_EQ(Doubles::The().dExpansionScale, 6.0);
+    // The double's expansion gives the homography back, so that source (10, 5) goes to (20, 10).
+    EXPECT_EQ(m_matDst.at<cv::Vec3b>(10, 20), cv::Vec3b(10, 5, 7));
+    ASSERT_EQ(Warp(10, 5), 0);
+    EXPECT_EQ(Doubles::The().Count("LoadHomography"), 1);
+}
+
+TEST_F(CanvasWarp, TheManualFileMustExistEvenWhenItIsLoaded)
+{
+    EXPECT_EQ(Warp(10, 5), -1);
+    Touch("Result/DualCamera_pix2mm.xml");
+    ASSERT_EQ(Warp(10, 5), 0);
+    QFile::remove(m_data.CameraTwo("Result/DualCamera_pix2mm.xml"));
+    EXPECT_EQ(Warp(10, 5), -1);
+}
+
+TEST_F(CanvasWarp, AFailedManualLoadFails)
+{
+    Touch("Result/DualCamera_pix2mm.xml");
+    Doubles::The().answers["LoadHomography"] = false;
+    EXPECT_EQ(Warp(10, 5), -1);
+}
+
+TEST_F(CanvasWarp, MalformedMatricesAndSizesAreLoggedAndFail)
+{
+    Touch("Result/DualCamera_pix2mm.xml");
+    Doubles::The().homography = cv::Mat::eye(2, 2, CV_64F);
+    EXPECT_EQ(Warp(10, 5), -1);
+    EXPECT_EQ(Doubles::The().logLines.back().first, 3);
+    Doubles::The().homography = cv::Mat();
+    EXPECT_EQ(Warp(2000000000, 2000000000), -1);
+    EXPECT_EQ(Warp(-3, 5), -1);
+}
+
+TEST_F(CanvasWarp, AnEmptyPictureFails)
+{
+    Touch("Result/DualCamera_pix2mm.xml");
+    m_matSrc = cv::Mat();
+    EXPECT_EQ(Warp(10, 5), -1);
+}

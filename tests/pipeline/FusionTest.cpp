@@ -1,0 +1,254 @@
+#include "PipelineFixture.h"
+
+#include <QFile>
+
+#include <tuple>
+
+class Fusion : public PipelineFixture
+{
+protected:
+    void SetUp() override
+    {
+        PipelineFixture::SetUp();
+        Doubles::The().homography = cv::Mat::eye(3, 3, CV_64F);
+    }
+
+    int Fuse(bool bUseOutput = false) { return m_instance.FusionImage(m_matLeft, m_matRight, m_matDst, bUseOutput); }
+
+    cv::Mat m_matDst;
+};
+
+namespace
+{
+const QByteArray g_line = "1 0 0 1 2 0 3 4 0 0 0 0\n";
+const std::string g_unequal =
+    "CalibrateTwoCameraIns::FusionImage, Failed to complete the stitching of the fisheye lens!";
+const std::string g_refused =
+    "CalibrateTwoCameraIns::FusionImage, Failed to complete the stitching of the fisheye lens.!";
+} // namespace
+
+TEST_F(Fusion, TheStitchedPictureArrivesInColourByWayOfItsFile)
+{
+    SetFlow(1);
+    SetStitchedSize(40, 25, 24);
+    WritePoints(g_line + g_line, g_line + g_line);
+    ASSERT_EQ(Calib(), 0);
+    ASSERT_EQ(Fuse(), 0);
+    EXPECT_EQ(m_matDst.size(), cv::Size(40, 25));
+    EXPECT_EQ(m_matDst.type(), CV_8UC3);
+    EXPECT_EQ(m_matDst.at<cv::Vec3b>(0, 0), cv::Vec3b(77, 77, 77));
+    EXPECT_EQ(Doubles::The().journal.back(), "Save_Image(DstImage.bmp 40x25 24)");
+    EXPECT_EQ(Doubles::The().nStitchPoints, 2U);
+    EXPECT_EQ(Doubles::The().nStitchWidth, 40);
+    EXPECT_EQ(Doubles::The().nStitchHeight, 25);
+    EXPECT_TRUE(Doubles::The().bStitchBufferZero);
+    EXPECT_TRUE(QFile::exists(m_data.CameraTwo("DstImage.bmp")));
+}
+
+TEST_F(Fusion, TheBufferIsZeroedForEveryPicture)
+{
+    SetFlow(1);
+    SetStitchedSize(40, 25, 24);
+    WritePoints("", "");
+    ASSERT_EQ(Calib(), 0);
+    ASSERT_EQ(Fuse(), 0);
+    Doubles::The().bStitchBufferZero = false;
+    ASSERT_EQ(Fuse(), 0);
+    EXPECT_TRUE(Doubles::The().bStitchBufferZero);
+}
+
+TEST_F(Fusion, TheDepthIsTheLeftPicturesAndTheBufferHoldsBoth)
+{
+    SetFlow(1);
+    SetStitchedSize(40, 25, 8);
+    WritePoints("", "");
+    ASSERT_EQ(Calib(), 0);
+    // A stored depth of 8 with pictures of 24: the double writes all of 24 bits into the buffer.
+    ASSERT_EQ(Fuse(), 0);
+    EXPECT_EQ(Doubles::The().nStitchBits, 24);
+}
+
+TEST_F(Fusion, TwoEmptyPointFilesAreStillStitched)
+{
+    SetFlow(1);
+    WritePoints("", "");
+    ASSERT_EQ(Calib(), 0);
+    EXPECT_EQ(Fuse(), 0);
+    EXPECT_EQ(Doubles::The().Count("FishEyeImageStitching"), 1);
+    // Without the keys the size is 1 x 1.
+    EXPECT_EQ(Doubles::The().nStitchWidth, 1);
+    EXPECT_EQ(Doubles::The().nStitchHeight, 1);
+}
+
+TEST_F(Fusion, UnequalPointListsFailWithTheirOwnText)
+{
+    SetFlow(1);
+    WritePoints(g_line, "");
+    ASSERT_EQ(Calib(), 0);
+    EXPECT_EQ(Fuse(), -1);
+    EXPECT_TRUE(Doubles::The().Logged(3, g_unequal));
+    EXPECT_EQ(Doubles::The().Count("FishEyeImageStitching"), 0);
+}
+
+TEST_F(Fusion, MissingPointFilesCountAsTwoEmptyLists)
+{
+    SetFlow(1);
+    ASSERT_EQ(Calib(), 0);
+    EXPECT_EQ(Fuse(), 0);
+    EXPECT_TRUE(Doubles::The().Logged(3, "CalibrateTwoCameraIns::GetCalPtsSeqFile: Failed to open the left file!"));
+}
+
+TEST_F(Fusion, ARefusedStitchingFailsWithThePointBeforeTheMark)
+{
+    SetFlow(1);
+    SetStitchedSize(40, 25, 24);
+    WritePoints("", "");
+    Doubles::The().answers["FishEyeImageStitching"] = false;
+    ASSERT_EQ(Calib(), 0);
+    EXPECT_EQ(Fuse(), -1);
+    EXPECT_TRUE(Doubles::The().Logged(1, g_refused));
+    EXPECT_TRUE(m_matDst.empty());
+}
+
+TEST_F(Fusion, WithoutPicturesTheStitchingGetsNullPixelsAndFails)
+{
+    SetFlow(1);
+    SetStitchedSize(40, 25, 24);
+    WritePoints("", "");
+    EXPECT_EQ(Fuse(), -1);
+    EXPECT_TRUE(Doubles::The().bStitchNullLeft);
+    EXPECT_TRUE(Doubles::The().Logged(1, g_refused));
+}
+
+TEST_F(Fusion, AFailedSaveGivesWhatTheFileHolds)
+{
+    SetFlow(1);
+    SetStitchedSize(40, 25, 24);
+    WritePoints("", "");
+    Doubles::The().answers["Save_Image"] = false;
+    ASSERT_EQ(Calib(), 0);
+    EXPECT_EQ(Fuse(), 0);
+    EXPECT_TRUE(m_matDst.empty());
+}
+
+TEST_F(Fusion, SizesThatNoPictureHasFailWithALineThatNamesTheFile)
+{
+    SetFlow(1);
+    WritePoints("", "");
+    ASSERT_EQ(Calib(), 0);
+    const std::vector<std::tuple<int, int, int>> sizes{
+        {-40, 25, 24}, {40, 0, 24}, {2000000000, 2000000000, 24}, {100000, 100000, 24}, {40, 25, 2000000000}};
+    for (const auto& [nWidth, nHeight, nBits] : sizes) {
+        Doubles::The().logLines.clear();
+        SetStitchedSize(nWidth, nHeight, nBits);
+        EXPECT_EQ(Fuse(), -1) << nWidth << " " << nHeight << " " << nBits;
+        ASSERT_EQ(Doubles::The().logLines.size(), 1U);
+        EXPECT_NE(Doubles::The().logLines[0].second.find("AutoDualCalibrate_stitch.xml"), std::string::npos);
+    }
+    EXPECT_EQ(Doubles::The().Count("FishEyeImageStitching"), 0);
+}
+
+TEST_F(Fusion, TheOutputFolderMeansNothingToTheAutomaticFlow)
+{
+    SetFlow(1);
+    SetStitchedSize(40, 25, 24);
+    WritePoints("", "");
+    ASSERT_EQ(Calib(true), 0);
+    EXPECT_EQ(Fuse(true), 0);
+    EXPECT_EQ(m_matDst.size(), cv::Size(40, 25));
+}
+
+TEST_F(Fusion, TheManualHomographyIsLoadedOnce)
+{
+    Touch("Output/mapImgR2L.xml");
+    Touch("Result/mapImgR2L.xml");
+    ASSERT_EQ(Fuse(true), 0);
+    ASSERT_EQ(Fuse(false), 0);
+    EXPECT_EQ(Doubles::The().Count("LoadHomography"), 1);
+    EXPECT_EQ(Doubles::The().journal[0], "LoadHomography(Output/mapImgR2L.xml)");
+    EXPECT_EQ(Doubles::The().journal[1], "ImageDirFlags(0,0,0)");
+    EXPECT_EQ(Doubles::The().dBlendScore, -1.0);
+}
+
+TEST_F(Fusion, AMissingManualHomographyFailsInSilence)
+{
+    EXPECT_EQ(Fuse(), -1);
+    EXPECT_TRUE(Doubles::The().logLines.empty());
+}
+
+TEST_F(Fusion, AFailedManualLoadFailsAndIsTriedAgain)
+{
+    Touch("Result/mapImgR2L.xml");
+    Doubles::The().answers["LoadHomography"] = false;
+    EXPECT_EQ(Fuse(), -1);
+    Doubles::The().answers["LoadHomography"] = true;
+    EXPECT_EQ(Fuse(), 0);
+    EXPECT_EQ(Doubles::The().Count("LoadHomography"), 2);
+}
+
+TEST_F(Fusion, AnEmptyHomographyIsLoadedAgain)
+{
+    Touch("Result/mapImgR2L.xml");
+    Doubles::The().homography = cv::Mat();
+    ASSERT_EQ(Fuse(), 0);
+    ASSERT_EQ(Fuse(), 0);
+    EXPECT_EQ(Doubles::The().Count("LoadHomography"), 2);
+}
+
+TEST_F(Fusion, AFailedBlendShowsItselfByAnEmptyPicture)
+{
+    Touch("Result/mapImgR2L.xml");
+    Doubles::The().answers["DoBlendingImageForDualCam"] = false;
+    Doubles::The().bBlendEmpty = true;
+    EXPECT_EQ(Fuse(), 0);
+    EXPECT_TRUE(m_matDst.empty());
+}
+
+TEST_F(Fusion, AThrowingBlendFails)
+{
+    Touch("Result/mapImgR2L.xml");
+    Doubles::The().throwFrom["DoBlendingImageForDualCam"] = "boom";
+    EXPECT_EQ(Fuse(), -1);
+    EXPECT_EQ(Doubles::The().logLines.back().first, 3);
+}
+
+TEST_F(Fusion, TheCanvasPicksTheReciprocalsInTheOppositeOrder)
+{
+    Touch("Result/mapImgR2L.xml");
+    const std::vector<std::tuple<double, double, double, double>> rows{
+        {1299, 899, 1.2499999813735487, 1.0},
+        {1300, 899, 1.4285714528998554, 1.4285714528998554},
+        {1300, 900, 1.6666666004392863, 1.4285714528998554},
+        {1500, 899, 1.6666666004392863, 1.4285714528998554},
+    };
+    for (const auto& [dWidth, dHeight, dA, dB] : rows) {
+        SetCanvas(dWidth, dHeight);
+        ASSERT_EQ(Fuse(), 0);
+        EXPECT_EQ(Doubles::The().dScaleA, dA);
+        EXPECT_EQ(Doubles::The().dScaleB, dB);
+    }
+}
+
+TEST_F(Fusion, BothStagesInOneCall)
+{
+    SetFlow(1);
+    SetStitchedSize(40, 25, 24);
+    WritePoints("", "");
+    EXPECT_EQ(m_instance.CalibAndFusionImage(m_matLeft, m_matRight, m_matDst, false), 0);
+    EXPECT_EQ(m_matDst.size(), cv::Size(40, 25));
+}
+
+TEST_F(Fusion, AFailingStageLeavesTheTargetAlone)
+{
+    cv::Mat dst(3, 4, CV_8UC1, cv::Scalar(5));
+    const unsigned char* pBefore = dst.data;
+    // No calibration at all: the rectification fails.
+    EXPECT_EQ(m_instance.CalibAndFusionImage(m_matLeft, m_matRight, dst, false), -1);
+    SetFlow(1);
+    SetStitchedSize(40, 25, 24);
+    WritePoints("", "");
+    Doubles::The().answers["FishEyeImageStitching"] = false;
+    EXPECT_EQ(m_instance.CalibAndFusionImage(m_matLeft, m_matRight, dst, false), -1);
+    EXPECT_EQ(dst.data, pBefore);
+    EXPECT_EQ(dst.size(), cv::Size(4, 3));
+}

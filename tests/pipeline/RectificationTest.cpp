@@ -1,0 +1,186 @@
+#include "PipelineFixture.h"
+
+#include <QFile>
+
+#include <tuple>
+
+class Rectification : public PipelineFixture
+{
+protected:
+    void WriteMaps(const QString& strFolder)
+    {
+        Touch(strFolder + "/cameraL_calibrateMap.xml");
+        Touch(strFolder + "/cameraR_calibrateMap.xml");
+    }
+};
+
+TEST_F(Rectification, TheAutomaticRoadMakesItsCallsInOrderAndReturnsNoPictures)
+{
+    SetFlow(1);
+    ASSERT_EQ(Calib(), 0);
+    EXPECT_TRUE(m_matLeftOut.empty());
+    EXPECT_TRUE(m_matRightOut.empty());
+    const std::vector<std::string> expected{
+        "Read_Image(DualCamBeforeCalibrate_LeftTemp.bmp)",  "ConvertRGBToGray(24)",
+        "Read_Image(DualCamBeforeCalibrate_RightTemp.bmp)", "ConvertRGBToGray(24)",
+        "LoadCalibrationParam(L_AutoDualCalibrate.xml)",    "SingleCamCorrected(30x20 24 record 1 to 60x40)",
+        "LoadCalibrationParam(R_AutoDualCalibrate.xml)",    "SingleCamCorrected(30x20 24 record 2 to 60x40)"};
+    EXPECT_EQ(Doubles::The().journal, expected);
+    EXPECT_FALSE(QFile::exists(m_data.CameraTwo("SingleCamAfterCailbrate_Temp.bmp")));
+}
+
+TEST_F(Rectification, BothAreRectifiedIntoTheDoubledSizeOfTheLeftPicture)
+{
+    SetFlow(1);
+    m_matRight = cv::Mat(10, 12, CV_8UC3, cv::Scalar(1, 2, 3));
+    ASSERT_EQ(Calib(), 0);
+    EXPECT_EQ(Doubles::The().journal.back(), "SingleCamCorrected(12x10 24 record 2 to 60x40)");
+}
+
+TEST_F(Rectification, GreyPicturesAreNotConverted)
+{
+    SetFlow(1);
+    m_matLeft = cv::Mat(20, 30, CV_8UC1, cv::Scalar(9));
+    m_matRight = m_matLeft.clone();
+    ASSERT_EQ(Calib(), 0);
+    EXPECT_EQ(Doubles::The().Count("ConvertRGBToGray"), 0);
+}
+
+TEST_F(Rectification, DifferentDepthsFailAfterBothFilesWereWritten)
+{
+    SetFlow(1);
+    m_matLeft = cv::Mat(20, 30, CV_8UC1, cv::Scalar(9));
+    EXPECT_EQ(Calib(), -1);
+    EXPECT_TRUE(QFile::exists(m_data.CameraTwo("DualCamBeforeCalibrate_LeftTemp.bmp")));
+    EXPECT_TRUE(QFile::exists(m_data.CameraTwo("DualCamBeforeCalibrate_RightTemp.bmp")));
+    EXPECT_TRUE(Doubles::The().Logged(1, "CalibrateTwoCameraIns::CalibImage, The depth of the left and right images is "
+                                         "inconsistent. !"));
+    EXPECT_EQ(Doubles::The().Count("LoadCalibrationParam"), 0);
+}
+
+TEST_F(Rectification, FailedModuleCallsPassInSilence)
+{
+    SetFlow(1);
+    Doubles::The().answers = {{"Read_Image", false}, {"LoadCalibrationParam", false}, {"SingleCamCorrected", false}};
+    EXPECT_EQ(Calib(), 0);
+    EXPECT_TRUE(Doubles::The().logLines.empty());
+}
+
+TEST_F(Rectification, AnEmptyPictureIsLoggedAndFails)
+{
+    SetFlow(1);
+    m_matLeft = cv::Mat();
+    EXPECT_EQ(Calib(), -1);
+    ASSERT_EQ(Doubles::The().logLines.size(), 1U);
+    EXPECT_EQ(Doubles::The().logLines[0].first, 3);
+}
+
+TEST_F(Rectification, AThrowingModuleIsLoggedAndFails)
+{
+    SetFlow(1);
+    Doubles::The().throwFrom["SingleCamCorrected"] = "boom";
+    EXPECT_EQ(Calib(), -1);
+    EXPECT_EQ(Doubles::The().logLines.size(), 1U);
+}
+
+TEST_F(Rectification, PicturesOfAnyKindDoNotCrash)
+{
+    SetFlow(1);
+    for (const int nType : {CV_8UC1, CV_8UC3, CV_8UC4, CV_16UC1, CV_16UC3}) {
+        for (const int nSide : {1, 2, 7}) {
+            m_matLeft = cv::Mat(nSide, nSide, nType, cv::Scalar::all(100));
+            m_matRight = m_matLeft.clone();
+            const int nAnswer = Calib();
+            EXPECT_TRUE(nAnswer == 0 || nAnswer == -1);
+        }
+    }
+}
+
+TEST_F(Rectification, WithoutTheLeftFileTheManualRoadIsTaken)
+{
+    EXPECT_EQ(Calib(), -1);
+    EXPECT_TRUE(Doubles::The().journal.empty());
+    EXPECT_TRUE(Doubles::The().logLines.empty());
+}
+
+TEST_F(Rectification, OnlyTheLeftFileTellsTheFlow)
+{
+    WriteIniInt("CAMERA_PARAM", "AUTO_CALIBRATION", 1, m_data.CameraTwo("Result/RightCameraParam.ini"));
+    EXPECT_EQ(Calib(), -1);
+    EXPECT_EQ(Doubles::The().Count("Read_Image"), 0);
+}
+
+TEST_F(Rectification, ManualMapsAreLoadedOnceFromTheFirstFolder)
+{
+    WriteMaps("Output");
+    WriteMaps("Result");
+    ASSERT_EQ(Calib(true), 0);
+    ASSERT_EQ(Calib(false), 0);
+    const std::vector<std::string> loads{"LoadCameraParameters(Output/cameraL_calibrateMap.xml)",
+                                         "LoadCameraParameters(Output/cameraR_calibrateMap.xml)"};
+    EXPECT_EQ(Doubles::The().Count("LoadCameraParameters"), 2);
+    EXPECT_EQ(Doubles::The().journal[0], loads[0]);
+    EXPECT_EQ(Doubles::The().journal[1], loads[1]);
+    EXPECT_EQ(Doubles::The().dLoadError, -1.0);
+    EXPECT_FALSE(m_matLeftOut.empty());
+    EXPECT_FALSE(m_matRightOut.empty());
+}
+
+TEST_F(Rectification, TheFilesMustExistEvenWhenTheyAreLoaded)
+{
+    WriteMaps("Result");
+    ASSERT_EQ(Calib(false), 0);
+    EXPECT_EQ(Calib(true), -1);
+    QFile::remove(m_data.CameraTwo("Result/cameraR_calibrateMap.xml"));
+    EXPECT_EQ(Calib(false), -1);
+}
+
+TEST_F(Rectification, AFailedLoadIsTriedAgain)
+{
+    WriteMaps("Result");
+    Doubles::The().answers["LoadCameraParameters"] = false;
+    EXPECT_EQ(Calib(), -1);
+    EXPECT_EQ(Calib(), -1);
+    EXPECT_EQ(Doubles::The().Count("LoadCameraParameters"), 2);
+    Doubles::The().answers["LoadCameraParameters"] = true;
+    EXPECT_EQ(Calib(), 0);
+    EXPECT_TRUE(Doubles::The().Logged(0, "Current WorkAreaWidth 1300,900"));
+}
+
+TEST_F(Rectification, AFailedRectificationFails)
+{
+    WriteMaps("Result");
+    Doubles::The().answers["UnDistortedImage"] = false;
+    EXPECT_EQ(Calib(), -1);
+    EXPECT_EQ(Doubles::The().Count("UnDistortedImage"), 1);
+}
+
+TEST_F(Rectification, TheCanvasPicksTheScales)
+{
+    WriteMaps("Result");
+    const double d07 = static_cast<double>(0.7f);
+    const double d08 = static_cast<double>(0.8f);
+    const double d06 = static_cast<double>(0.6f);
+    const std::vector<std::tuple<double, double, double, double>> rows{
+        {900, 600, 1.0, d08},  {1299, 899, 1.0, d08}, {1300, 899, d07, d07}, {1499, 899, d07, d07},
+        {1300, 900, d07, d06}, {1500, 899, d07, d06}, {1299, 900, d07, d06}, {1299.9, 899.9, 1.0, d08},
+    };
+    for (const auto& [dWidth, dHeight, dA, dB] : rows) {
+        SetCanvas(dWidth, dHeight);
+        ASSERT_EQ(Calib(), 0);
+        EXPECT_EQ(Doubles::The().dScaleA, dA) << dWidth << " x " << dHeight;
+        EXPECT_EQ(Doubles::The().dScaleB, dB) << dWidth << " x " << dHeight;
+    }
+}
+
+TEST_F(Rectification, AbsurdCanvasSizesAreBorne)
+{
+    WriteMaps("Result");
+    for (const double dSize : {-5.0, 1.0e300, -1.0e300}) {
+        SetCanvas(dSize, dSize);
+        EXPECT_EQ(Calib(), 0);
+    }
+    m_data.WriteFile(m_data.Root() + "/Data/CameraSetting.ini", "[CANVAS_SIZE]\nWIDTH=nan\nHEIGHT=wide\n");
+    EXPECT_EQ(Calib(), 0);
+    EXPECT_EQ(Doubles::The().dScaleB, static_cast<double>(0.8f));
+}
