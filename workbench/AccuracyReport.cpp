@@ -97,6 +97,7 @@ QStringList AccuracyReport::MissedMeasures() const
 bool WriteReport(const AccuracyReport& report, const QString& strFile)
 {
     const ErrorFigures seam = report.Seam();
+    const ErrorFigures overlap = FiguresOf(report.overlapMm);
     const QJsonObject object{
         {"flow", report.strFlow},
         {"work_area_mm", ToJson(report.workAreaMm)},
@@ -111,6 +112,15 @@ bool WriteReport(const AccuracyReport& report, const QString& strFile)
         {"seam_how",
          "each camera's picture alone is brought into the machine frame; the same dots are located in both, in the "
          "band in which both cameras have crosses"},
+        {"seam_points_expected", report.nSeamExpected},
+        {"overlap_mm", QJsonObject{{"rms", Rounded(overlap.rms)}, {"max", Rounded(overlap.max)}}},
+        {"overlap_points", static_cast<qint64>(report.overlapMm.size())},
+        {"overlap_points_expected", report.nOverlapExpected},
+        {"overlap_how",
+         "as the seam, wherever both pictures show a dot, also far outside of the crosses that a camera was calibrated "
+         "on; "
+         "the work area picture shows the better camera there, and a dot more than 3 mm off counts as not found, so "
+         "that these figures are lower bounds"},
         {"coverage", report.dCoverage},
         {"seconds",
          QJsonObject{{"calibrate", Rounded(report.dSecondsCalibrate)}, {"picture", Rounded(report.dSecondsPicture)}}},

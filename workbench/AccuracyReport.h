@@ -35,7 +35,11 @@ struct AccuracyReport {
     std::vector<MeasuredPoint> points; ///< dots that were found
     std::vector<double> seamMm;        ///< disagreement of the two cameras, a dot each
     int nSeamExpected = 0;             ///< dots in the band that both cameras are calibrated for
-    double dCoverage = 0.0;            ///< share of the work area that the picture shows
+    /// The same wherever both pictures show a dot, also hundreds of millimetres outside of a camera's own crosses,
+    /// where its model is a guess and the work area picture shows the other camera. Told, promised nowhere.
+    std::vector<double> overlapMm;
+    int nOverlapExpected = 0;
+    double dCoverage = 0.0; ///< share of the work area that the picture shows
     double dSecondsCalibrate = 0.0;
     double dSecondsPicture = 0.0;
     double dMemoryMib = 0.0; ///< peak of the process

@@ -17,7 +17,7 @@ namespace
 const QHash<QString, QStringList>& KnownOptions()
 {
     static const QHash<QString, QStringList> options{
-        {"demo", {"--out", "--seed", "--click-error"}},
+        {"demo", {"--out", "--seed", "--click-error", "--data"}},
         {"picture", {"--left", "--right", "--out", "--size", "--data"}},
         {"to-world", {"--data"}},
         {"to-pixel", {"--data"}},
@@ -36,6 +36,17 @@ double Number(const QString& strWord, const QString& strWhat)
     const double dValue = strWord.toDouble(&bOk);
     if (!bOk || !std::isfinite(dValue)) {
         throw Wrong(QString("%1 must be a number, not '%2'.").arg(strWhat, strWord));
+    }
+    return dValue;
+}
+
+/// Pixel or millimetre; beyond a kilometre the conversion's floats have lost the unit.
+double Coordinate(const QString& strWord, const QString& strWhat)
+{
+    constexpr double dMost = 1.0e6;
+    const double dValue = Number(strWord, strWhat);
+    if (std::abs(dValue) > dMost) {
+        throw Wrong(QString("%1 must lie between -1000000 and 1000000, not be '%2'.").arg(strWhat, strWord));
     }
     return dValue;
 }
@@ -85,8 +96,8 @@ void TakePlainWords(CommandLine& line, const QStringList& listPlain)
                      : Wrong(QString("'%1' means nothing to %2.").arg(listPlain.first(), line.strCommand));
     }
     if (bPoint) {
-        line.dX = Number(listPlain[0], "X");
-        line.dY = Number(listPlain[1], "Y");
+        line.dX = Coordinate(listPlain[0], "X");
+        line.dY = Coordinate(listPlain[1], "Y");
     }
 }
 
@@ -142,9 +153,11 @@ convert between that picture and machine millimetres.
 
 Commands
   demo                      calibrate a simulated machine, make its work area picture, and measure the error in millimetres
-      --out DIR             where work_area.png, error_map.png, report.json and the calibration go (default: out)
+      --out DIR             where work_area.png, error_map.png, report.json and the two camera pictures left.png and right.png
+                            go (default: out)
       --seed N              which simulated machine (default: 1)
       --click-error PX      how far the simulated operator's clicks are off, sigma in pixels (default: 3)
+      --data DIR            where the calibration goes (default: data below the --out folder)
   picture                   make a work area picture from two camera pictures
       --left A --right B    the two pictures, as the cameras deliver them
       --out C.png           where the result goes; the suffix names the format

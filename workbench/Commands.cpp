@@ -8,6 +8,9 @@
 
 #include <QFile>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdio>
 
 namespace Workbench
@@ -16,6 +19,35 @@ namespace Workbench
 namespace
 {
 
+/// Picture decoders write to standard error themselves; a failure is to be one sentence, ours.
+class QuietStandardError
+{
+public:
+    QuietStandardError()
+    {
+        const int nNull = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+        m_nKept = nNull < 0 ? -1 : ::dup(STDERR_FILENO);
+        if (m_nKept >= 0) {
+            ::dup2(nNull, STDERR_FILENO);
+        }
+        if (nNull >= 0) {
+            ::close(nNull);
+        }
+    }
+    ~QuietStandardError()
+    {
+        if (m_nKept >= 0) {
+            ::dup2(m_nKept, STDERR_FILENO);
+            ::close(m_nKept);
+        }
+    }
+    QuietStandardError(const QuietStandardError&) = delete;
+    QuietStandardError& operator=(const QuietStandardError&) = delete;
+
+private:
+    int m_nKept = -1;
+};
+
 cv::Mat ReadPicture(const QString& strFile)
 {
     if (!QFile::exists(strFile)) {
@@ -23,6 +55,7 @@ cv::Mat ReadPicture(const QString& strFile)
     }
     cv::Mat picture;
     try {
+        const QuietStandardError quiet;
         picture = cv::imread(strFile.toStdString(), cv::IMREAD_UNCHANGED);
     } catch (const cv::Exception&) {
         picture.release();
@@ -41,6 +74,7 @@ QString DepthOf(const cv::Mat& picture)
 bool WritePicture(const QString& strFile, const cv::Mat& picture)
 {
     try {
+        const QuietStandardError quiet;
         return cv::imwrite(strFile.toStdString(), picture);
     } catch (const cv::Exception&) {
         return false;
@@ -58,14 +92,14 @@ int RunPicture(const CommandLine& line)
         throw Failure(QString("The two pictures have different depths: the left one has %1, the right one %2.")
                           .arg(DepthOf(left), DepthOf(right)));
     }
-    RequireCalibration();
+    RequireCalibration(CalibrationUse::Pictures);
     const QSize sizeMm = line.sizeMm.isValid() ? line.sizeMm : StoredWorkAreaMm();
 
     PluginHost host;
     host.Calibrate().SetWorkAreaSize(sizeMm.width(), sizeMm.height());
     cv::Mat fused;
     if (host.Calibrate().CalibAndFusionImage(left, right, fused, false) != 0 || fused.empty()) {
-        throw Failure(QString("These two pictures do not fit the calibration in %1.").arg(DataRoot()));
+        throw Failure(QString("These two pictures and the calibration in %1 do not fit together.").arg(DataRoot()));
     }
     cv::Mat workArea;
     if (host.Calibrate().WarpImage(fused, sizeMm.width(), sizeMm.height(), workArea) != 0) {
@@ -75,13 +109,16 @@ int RunPicture(const CommandLine& line)
         throw Failure(QString("The picture cannot be written to %1.").arg(line.strOut));
     }
     std::printf("%s: %d x %d px, 6 px per mm\n", qPrintable(line.strOut), workArea.cols, workArea.rows);
+    if (workArea.cols != 6 * sizeMm.width() || workArea.rows != 6 * sizeMm.height()) {
+        std::printf("The cameras do not show all of the %d x %d mm.\n", sizeMm.width(), sizeMm.height());
+    }
     return Success;
 }
 
 int RunPoint(const CommandLine& line)
 {
     UseDataFolder(line.strDataFolder);
-    RequireCalibration();
+    RequireCalibration(CalibrationUse::Points);
     PluginHost host;
     double dX = 0.0;
     double dY = 0.0;

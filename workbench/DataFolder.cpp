@@ -1,6 +1,7 @@
 #include "DataFolder.h"
 
 #include "Failure.h"
+#include "FisheyeCalibrationDllR.h"
 #include "UiPermissionsManager.h"
 
 #include <QDir>
@@ -25,27 +26,55 @@ QString DataRoot()
                            (bQuillmark ? "/../Quillmark/Resources" : "/../Quillboost/Resources"));
 }
 
-void RequireCalibration()
+void RequireCalibration(CalibrationUse use)
 {
     const QString strResult = DataRoot() + "/Vision/calib/Camera_Two/Result/";
-    if (!QFile::exists(strResult + "DualCamerasCalibrationParam.ini") &&
-        !QFile::exists(strResult + "DualCamera_pix2mm.xml")) {
+    const QSettings flow(strResult + "AutoDualCalibrate_stitch.xml", QSettings::IniFormat);
+    const bool bAutomatic = flow.value("CAMERA_PARAM/AUTO_CALIBRATION", 0).toInt() != 0;
+    const QString strFirst = bAutomatic ? "DualCamerasCalibrationParam.ini" : "DualCamera_pix2mm.xml";
+    if (!QFile::exists(strResult + strFirst)) {
         throw Failure(QString("There is no calibration in %1.").arg(strResult));
+    }
+    QStringList listRest;
+    if (use == CalibrationUse::Pictures) {
+        listRest = bAutomatic ? QStringList{"LeftCameraParam.ini", "LeftCalPts.txt", "RightCalPts.txt",
+                                            "L_AutoDualCalibrate.xml", "R_AutoDualCalibrate.xml"}
+                              : QStringList{"cameraL_calibrateMap.xml", "cameraR_calibrateMap.xml", "mapImgR2L.xml"};
+    }
+    for (const QString& strName : listRest) {
+        if (!QFile::exists(strResult + strName)) {
+            throw Failure(QString("The calibration in %1 is not complete: %2 is missing.").arg(strResult, strName));
+        }
+    }
+    if (!bAutomatic) {
+        return;
+    }
+    DualFishEyeCalibrationParam pair{};
+    if (!LoadDualCamerasCalibrationParam((strResult + strFirst).toLocal8Bit().constData(), pair)) {
+        throw Failure(QString("The calibration in %1 is damaged: %2 is no record.").arg(strResult, strFirst));
+    }
+    for (const QString& strName : listRest) {
+        FishEyeCalibrationParam camera{};
+        if (strName.endsWith("_AutoDualCalibrate.xml") &&
+            !LoadCalibrationParam((strResult + strName).toLocal8Bit().constData(), camera)) {
+            throw Failure(QString("The calibration in %1 is damaged: %2 is no record.").arg(strResult, strName));
+        }
     }
 }
 
 QSize StoredWorkAreaMm()
 {
     const QSettings settings(DataRoot() + "/Data/CameraSetting.ini", QSettings::IniFormat);
-    const QSize size(static_cast<int>(settings.value("CANVAS_SIZE/WIDTH", 1300.0).toDouble()),
-                     static_cast<int>(settings.value("CANVAS_SIZE/HEIGHT", 900.0).toDouble()));
-    if (size.width() < 1 || size.height() < 1 || size.width() > 5000 || size.height() > 5000) {
+    const double dWidth = settings.value("CANVAS_SIZE/WIDTH", 1300.0).toDouble();
+    const double dHeight = settings.value("CANVAS_SIZE/HEIGHT", 900.0).toDouble();
+    // Asked so that a value that is no number fails too.
+    if (!(dWidth >= 1.0 && dHeight >= 1.0 && dWidth <= 5000.0 && dHeight <= 5000.0)) {
         throw Failure(QString("%1 names a work area of %2 x %3 mm, which no machine has.")
                           .arg(settings.fileName())
-                          .arg(size.width())
-                          .arg(size.height()));
+                          .arg(dWidth)
+                          .arg(dHeight));
     }
-    return size;
+    return {static_cast<int>(dWidth), static_cast<int>(dHeight)};
 }
 
 } // namespace Workbench

@@ -12,9 +12,13 @@ namespace Workbench
 void UseDataFolder(const QString& strFolder);
 /// The data root below the configuration folder, as the plug-in finds it too.
 QString DataRoot();
-/// Throws `Failure` when there is no finished calibration of either flow.
-void RequireCalibration();
-/// Work area that the machine's settings name, millimetres.
+
+enum class CalibrationUse { Points, Pictures };
+/// Throws `Failure` when the calibration of the flow that the data root names lacks a file that this use needs, or one
+/// of the automatic flow's records cannot be read. The plug-in itself converts points without telling.
+void RequireCalibration(CalibrationUse use);
+/// Work area that the machine's settings name, millimetres; 1300 x 900 where they name none. Throws `Failure` for a
+/// size that no machine has.
 QSize StoredWorkAreaMm();
 
 } // namespace Workbench

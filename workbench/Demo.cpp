@@ -188,24 +188,46 @@ cv::Mat StitchAlone(const cv::Mat& picture, const QString& strRecord, const cv::
     return Grey(alone);
 }
 
+/// True where a camera's picture alone shows all that the locator looks at around a place.
+bool Shows(const cv::Mat& alone, const cv::Point2d& placePx)
+{
+    const DotOptions options = DotsOfThisDemo();
+    const int nHalf = static_cast<int>(std::ceil(options.radiusPx + options.searchPx));
+    const cv::Rect window(cvRound(placePx.x) - nHalf, cvRound(placePx.y) - nHalf, 2 * nHalf + 1, 2 * nHalf + 1);
+    const cv::Rect inside = window & cv::Rect(0, 0, alone.cols, alone.rows);
+    return inside == window && cv::countNonZero(alone(window)) == window.area();
+}
+
+/// Each camera's picture alone in the machine frame; how far apart the two show the same dot. The seam is the band in
+/// which both have crosses, from the right camera's first column to the left one's last; the pictures blend inside it.
 void MeasureSeam(const cv::Mat& left, const cv::Mat& right, const std::vector<Simulator::EngravedDot>& dots,
                  const Simulator::CrossGrid& grid, AccuracyReport& report)
 {
+    const double dFromMm = grid.startMm.x + grid.columnSpacingMm * (grid.nCol - grid.nColSingle);
+    const double dToMm = grid.startMm.x + grid.columnSpacingMm * (grid.nColSingle - 1);
     const QString strResult = DataRoot() + "/Vision/calib/Camera_Two/Result/";
     const cv::Mat leftAlone = StitchAlone(left, strResult + "L_AutoDualCalibrate.xml", report.picturePx);
     const cv::Mat rightAlone = StitchAlone(right, strResult + "R_AutoDualCalibrate.xml", report.picturePx);
-    // Both cameras have crosses from the right one's first column to the left one's last.
-    const double dFromMm = grid.startMm.x + grid.columnSpacingMm * (grid.nCol - grid.nColSingle);
-    const double dToMm = grid.startMm.x + grid.columnSpacingMm * (grid.nColSingle - 1);
     for (const Simulator::EngravedDot& dot : dots) {
-        if (dot.centreMm.x < dFromMm || dot.centreMm.x > dToMm) {
+        const cv::Point2d place = dot.centreMm * g_dPxPerMm;
+        const bool bSeam = dot.centreMm.x >= dFromMm && dot.centreMm.x <= dToMm;
+        const bool bOverlap = Shows(leftAlone, place) && Shows(rightAlone, place);
+        if (!bSeam && !bOverlap) {
             continue;
         }
-        ++report.nSeamExpected;
-        const auto a = LocateDot(leftAlone, dot.centreMm * g_dPxPerMm, DotsOfThisDemo());
-        const auto b = LocateDot(rightAlone, dot.centreMm * g_dPxPerMm, DotsOfThisDemo());
-        if (a && b) {
-            report.seamMm.push_back(cv::norm(*a - *b) / g_dPxPerMm);
+        report.nSeamExpected += bSeam ? 1 : 0;
+        report.nOverlapExpected += bOverlap ? 1 : 0;
+        const auto a = LocateDot(leftAlone, place, DotsOfThisDemo());
+        const auto b = LocateDot(rightAlone, place, DotsOfThisDemo());
+        if (!a || !b) {
+            continue;
+        }
+        const double dApartMm = cv::norm(*a - *b) / g_dPxPerMm;
+        if (bSeam) {
+            report.seamMm.push_back(dApartMm);
+        }
+        if (bOverlap) {
+            report.overlapMm.push_back(dApartMm);
         }
     }
 }
@@ -215,8 +237,10 @@ void MeasureSeam(const cv::Mat& left, const cv::Mat& right, const std::vector<Si
 int RunDemo(const CommandLine& line)
 {
     const QString strOut = line.strOut;
-    MakeFolder(strOut + "/data");
-    UseDataFolder(strOut + "/data");
+    const QString strData = line.strDataFolder.isEmpty() ? strOut + "/data" : line.strDataFolder;
+    MakeFolder(strOut);
+    MakeFolder(strData);
+    UseDataFolder(strData);
 
     AccuracyReport report;
     report.strFlow = "automatic";
@@ -239,6 +263,9 @@ int RunDemo(const CommandLine& line)
     const cv::Mat left = machine.Snap(Simulator::Side::Left);
     const cv::Mat right = machine.Snap(Simulator::Side::Right);
 
+    Write(strOut + "/left.png", left);
+    Write(strOut + "/right.png", right);
+
     Say("Making the work area picture");
     PluginHost host;
     host.Calibrate().SetWorkAreaSize(report.workAreaMm.width, report.workAreaMm.height);
@@ -256,7 +283,7 @@ int RunDemo(const CommandLine& line)
     if (!WriteReport(report, strOut + "/report.json")) {
         throw Failure(QString("The report cannot be written to %1/report.json.").arg(strOut));
     }
-    Say(QString("Wrote %1/work_area.png, %1/error_map.png and %1/report.json").arg(strOut));
+    Say(QString("Wrote work_area.png, error_map.png, report.json, left.png and right.png to %1").arg(strOut));
     Say(ReportTable(report));
     for (const QString& strMissed : report.MissedMeasures()) {
         std::fprintf(stderr, "Measure missed: %s.\n", qPrintable(strMissed));

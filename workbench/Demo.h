@@ -8,9 +8,9 @@
 namespace Workbench
 {
 
-/// Writes work_area.png, error_map.png, report.json and the calibration below `line.strOut`, tells what it does on
-/// standard output and ends with a table. Throws `Failure`; answers `MeasureMissed` when the result is worse than
-/// promised.
+/// Writes work_area.png, error_map.png, report.json and the two camera pictures below `line.strOut`, and the
+/// calibration below the data folder; tells what it does on standard output and ends with a table. Throws `Failure`;
+/// answers `MeasureMissed` when the result is worse than promised.
 int RunDemo(const CommandLine& line);
 
 } // namespace Workbench

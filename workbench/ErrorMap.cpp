@@ -25,14 +25,14 @@ void Text(cv::Mat& picture, const std::string& strText, const cv::Point& place, 
 std::string Millimetres(double dValue)
 {
     char szText[32];
-    std::snprintf(szText, sizeof szText, "%.2f mm", dValue);
+    std::snprintf(szText, sizeof szText, "%.3f mm", dValue);
     return szText;
 }
 
-/// Error at every half millimetre: a mean of the dots around, weighted by nearness.
+/// Error at every pixel of the bed: a mean of the dots around, weighted by nearness.
 cv::Mat ErrorField(const AccuracyReport& report, const cv::Size& size, double dPxPerMm)
 {
-    constexpr double dReachMm = 45.0;
+    constexpr double dReachMm = 10.0;
     const cv::Size coarse(size.width / 10 + 1, size.height / 10 + 1);
     cv::Mat field(coarse, CV_32F);
     for (int y = 0; y < coarse.height; ++y) {
@@ -42,7 +42,7 @@ cv::Mat ErrorField(const AccuracyReport& report, const cv::Size& size, double dP
             double dWeight = 0.0;
             for (const MeasuredPoint& point : report.points) {
                 const cv::Point2d d = point.truthMm - place;
-                const double w = std::exp(-d.dot(d) / (0.1 * dReachMm * dReachMm));
+                const double w = std::exp(-0.5 * d.dot(d) / (dReachMm * dReachMm));
                 dSum += w * point.ErrorMm();
                 dWeight += w;
             }
@@ -96,9 +96,9 @@ cv::Mat DrawErrorMap(const AccuracyReport& report, const std::vector<cv::Point2d
     const cv::Rect bed(g_nMargin, g_nMargin, size.width, size.height);
     cv::Mat picture(size.height + g_nMargin + 60, size.width + g_nMargin + g_nLegend, CV_8UC3, cv::Scalar::all(250));
 
-    // A round number above the largest error as the top of the scale.
+    // The top of the scale lies above the largest error, and its quarters are whole hundredths.
     const double dMax = std::max(0.01, report.WholeArea().max);
-    const double dTop = std::ceil(dMax * 20.0) / 20.0;
+    const double dTop = std::ceil(dMax * 25.0) / 25.0;
     cv::Mat levels;
     ErrorField(report, size, dPxPerMm).convertTo(levels, CV_8U, 255.0 / dTop);
     cv::Mat colours;

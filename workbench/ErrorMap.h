@@ -11,7 +11,7 @@
 namespace Workbench
 {
 
-/// CV_8UC3, two pixels a millimetre of the bed and a legend beside it.
+/// CV_8UC3, one pixel a millimetre of the bed, axes around it and a legend beside it.
 /// @param crossesMm  the calibration's crosses, drawn in
 cv::Mat DrawErrorMap(const AccuracyReport& report, const std::vector<cv::Point2d>& crossesMm);
 
