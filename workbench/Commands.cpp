@@ -63,6 +63,10 @@ cv::Mat ReadPicture(const QString& strFile)
     if (picture.empty()) {
         throw Failure(QString("%1 is no picture that can be read.").arg(strFile));
     }
+    if (picture.depth() != CV_8U) {
+        throw Failure(
+            QString("%1 has more than 8 bits a channel, which no camera of this machine delivers.").arg(strFile));
+    }
     return picture;
 }
 

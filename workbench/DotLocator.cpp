@@ -53,6 +53,7 @@ std::optional<cv::Point2d> LocateDot(const cv::Mat& grey, const cv::Point2d& exp
     const int nHalf = static_cast<int>(std::ceil(options.radiusPx + 4.0 * options.blurPx));
     cv::Point2d centre = CoarsePlace(grey, expectedPx, options);
     // Background at the centre, its slopes, the contrast.
+    double dResidualRms = 0.0;
     double dBackground = 128.0, dSlopeX = 0.0, dSlopeY = 0.0, dContrast = 50.0;
     // Gauss-Newton; the coarse place lies well inside the dot.
     for (int nRound = 0; nRound < 15; ++nRound) {
@@ -63,6 +64,7 @@ std::optional<cv::Point2d> LocateDot(const cv::Mat& grey, const cv::Point2d& exp
         }
         Matrix normal = Matrix::zeros();
         Vector right = Vector::zeros();
+        double dSquares = 0.0;
         for (int y = window.y; y < window.br().y; ++y) {
             const unsigned char* pRow = grey.ptr(y);
             for (int x = window.x; x < window.br().x; ++x) {
@@ -75,6 +77,7 @@ std::optional<cv::Point2d> LocateDot(const cv::Mat& grey, const cv::Point2d& exp
                 // Moving the centre by +1 in x changes the distance by -dx / distance.
                 const Vector j(dRadial * dx, dRadial * dy, 1.0, dx, dy, -dDisc);
                 const double dResidual = pRow[x] - (dBackground + dSlopeX * dx + dSlopeY * dy - dContrast * dDisc);
+                dSquares += dResidual * dResidual;
                 for (int r = 0; r < g_nParameters; ++r) {
                     right[r] += j[r] * dResidual;
                     for (int c = 0; c < g_nParameters; ++c) {
@@ -83,6 +86,7 @@ std::optional<cv::Point2d> LocateDot(const cv::Mat& grey, const cv::Point2d& exp
                 }
             }
         }
+        dResidualRms = std::sqrt(dSquares / window.area());
         for (int i = 0; i < g_nParameters; ++i) {
             normal(i, i) *= 1.0 + 1.0e-9;
         }
@@ -105,7 +109,10 @@ std::optional<cv::Point2d> LocateDot(const cv::Mat& grey, const cv::Point2d& exp
             break;
         }
     }
-    if (dContrast < options.leastContrast || cv::norm(centre - expectedPx) > options.searchPx) {
+    // What does not look like a dot is none, however dark it is.
+    constexpr double dMostResidual = 0.5;
+    if (dContrast < options.leastContrast || dResidualRms > dMostResidual * dContrast ||
+        cv::norm(centre - expectedPx) > options.searchPx) {
         return std::nullopt;
     }
     return centre;

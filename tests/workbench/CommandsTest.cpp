@@ -1,0 +1,236 @@
+// The commands as a person runs them: exit codes, and one sentence for each failure.
+
+#include "CalibratedMachine.h"
+#include "WorkbenchProcess.h"
+
+#include <gtest/gtest.h>
+#include <opencv2/imgcodecs.hpp>
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <memory>
+
+namespace
+{
+
+constexpr int g_nFailed = 1;
+constexpr int g_nWrongUse = 2;
+
+/// One calibrated machine for all tests; each works on a copy of what it changes.
+class Commands : public testing::Test
+{
+protected:
+    static void SetUpTestSuite()
+    {
+        s_pFolder = std::make_unique<QTemporaryDir>();
+        Simulator::Machine machine(Simulator::Machine::Kind::Automatic, 1);
+        Simulator::CalibrationReport report;
+        ASSERT_TRUE(
+            Simulator::WriteCalibrationFiles(machine, Path("data/Quillboost/Resources").toStdString(), {}, report))
+            << report.strProblem;
+        const cv::Mat left = machine.Snap(Simulator::Side::Left);
+        const cv::Mat right = machine.Snap(Simulator::Side::Right);
+        ASSERT_TRUE(cv::imwrite(Path("left.bmp").toStdString(), left));
+        ASSERT_TRUE(cv::imwrite(Path("right.bmp").toStdString(), right));
+        ASSERT_TRUE(cv::imwrite(Path("small.png").toStdString(), left(cv::Rect(0, 0, 640, 480))));
+        cv::Mat grey;
+        cv::extractChannel(right, grey, 1);
+        ASSERT_TRUE(cv::imwrite(Path("grey.png").toStdString(), grey));
+        cv::Mat deep;
+        left.convertTo(deep, CV_16U, 256.0);
+        ASSERT_TRUE(cv::imwrite(Path("deep.png").toStdString(), deep));
+    }
+    static void TearDownTestSuite() { s_pFolder.reset(); }
+
+    static QString Path(const QString& strName) { return s_pFolder->filePath(strName); }
+    static WorkbenchRun Run(const QStringList& listWords) { return RunWorkbench(listWords, s_pFolder->path()); }
+
+    static QStringList PictureWords(const QString& strLeft, const QString& strRight, const QString& strOut)
+    {
+        return {"picture", "--left", Path(strLeft), "--right", Path(strRight), "--out", strOut, "--data", Path("data")};
+    }
+
+    static void Write(const QString& strName, const QByteArray& content)
+    {
+        QFile file(Path(strName));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(content);
+    }
+
+    /// A data folder with the records of the calibrated machine, for a test to spoil.
+    QString CopyOfRecords() const
+    {
+        const QString strResult = "/Quillboost/Resources/Vision/calib/Camera_Two/Result/";
+        const QString strTo = m_own.path() + strResult;
+        EXPECT_TRUE(QDir().mkpath(strTo));
+        const QDir from(Path("data") + strResult);
+        for (const QString& strName : from.entryList(QDir::Files)) {
+            EXPECT_TRUE(QFile::copy(from.filePath(strName), strTo + strName));
+        }
+        return strTo;
+    }
+
+    static void ExpectFailure(const WorkbenchRun& run, int nCode, const QString& strNamed)
+    {
+        EXPECT_EQ(run.nExitCode, nCode) << qPrintable(run.strError);
+        EXPECT_TRUE(run.ErrorIsOneSentence()) << qPrintable(run.strError);
+        EXPECT_TRUE(run.strError.contains(strNamed)) << qPrintable(run.strError);
+        EXPECT_TRUE(run.strOutput.isEmpty()) << qPrintable(run.strOutput);
+    }
+
+    QTemporaryDir m_own;
+
+private:
+    static std::unique_ptr<QTemporaryDir> s_pFolder;
+};
+
+std::unique_ptr<QTemporaryDir> Commands::s_pFolder;
+
+} // namespace
+
+TEST_F(Commands, HelpAndVersionSucceed)
+{
+    const WorkbenchRun help = Run({"--help"});
+    EXPECT_EQ(help.nExitCode, 0);
+    EXPECT_TRUE(help.strOutput.startsWith("Usage: workbench"));
+    EXPECT_TRUE(help.strError.isEmpty());
+    const WorkbenchRun version = Run({"--version"});
+    EXPECT_EQ(version.nExitCode, 0);
+    EXPECT_TRUE(version.strOutput.startsWith("workbench "));
+}
+
+TEST_F(Commands, WrongWordsAreWrongUse)
+{
+    ExpectFailure(Run({"bogus"}), g_nWrongUse, "bogus");
+    ExpectFailure(Run({"picture", "--colour", "red"}), g_nWrongUse, "--colour");
+    ExpectFailure(Run({"to-world", "1", "two"}), g_nWrongUse, "two");
+}
+
+TEST_F(Commands, APairOfPicturesBecomesAPictureOfTheWorkArea)
+{
+    const QString strOut = Path("area.bmp");
+    const WorkbenchRun run = Run(PictureWords("left.bmp", "right.bmp", strOut));
+    EXPECT_EQ(run.nExitCode, 0) << qPrintable(run.strError);
+    EXPECT_TRUE(run.strError.isEmpty()) << qPrintable(run.strError);
+    EXPECT_EQ(cv::imread(strOut.toStdString()).size(), cv::Size(7800, 5400));
+}
+
+TEST_F(Commands, ASizeCutsThePicture)
+{
+    const QString strOut = Path("part.bmp");
+    const WorkbenchRun run = Run(PictureWords("left.bmp", "right.bmp", strOut) << "--size"
+                                                                               << "200x100");
+    EXPECT_EQ(run.nExitCode, 0) << qPrintable(run.strError);
+    EXPECT_EQ(cv::imread(strOut.toStdString()).size(), cv::Size(1200, 600));
+}
+
+TEST_F(Commands, AMissingPictureIsNamed)
+{
+    ExpectFailure(Run(PictureWords("none.png", "right.bmp", Path("c.png"))), g_nFailed, "none.png");
+    ExpectFailure(Run(PictureWords("left.bmp", "none.png", Path("c.png"))), g_nFailed, "none.png");
+}
+
+TEST_F(Commands, AnUnreadablePictureIsNamed)
+{
+    Write("text.png", "this is no picture");
+    Write("empty.png", "");
+    QFile small(Path("small.png"));
+    ASSERT_TRUE(small.open(QIODevice::ReadOnly));
+    Write("cut.png", small.read(5000));
+    for (const char* pName : {"text.png", "empty.png", "cut.png", "."}) {
+        ExpectFailure(Run(PictureWords(pName, "right.bmp", Path("c.png"))), g_nFailed, "no picture");
+    }
+}
+
+TEST_F(Commands, PicturesOfDifferentDepthAreRefused)
+{
+    ExpectFailure(Run(PictureWords("left.bmp", "grey.png", Path("c.png"))), g_nFailed, "different depths");
+}
+
+TEST_F(Commands, PicturesOfAnotherSizeAreRefused)
+{
+    ExpectFailure(Run(PictureWords("small.png", "small.png", Path("c.png"))), g_nFailed, "do not fit");
+}
+
+TEST_F(Commands, PicturesOfSixteenBitsAreRefused)
+{
+    ExpectFailure(Run(PictureWords("deep.png", "deep.png", Path("c.png"))), g_nFailed, "8 bits a channel");
+}
+
+TEST_F(Commands, AnOutputThatCannotBeWrittenIsNamed)
+{
+    ExpectFailure(Run(PictureWords("left.bmp", "right.bmp", Path("none/c.png"))), g_nFailed, "none/c.png");
+    ExpectFailure(Run(PictureWords("left.bmp", "right.bmp", Path("c.strange"))), g_nFailed, "c.strange");
+}
+
+TEST_F(Commands, PointsGoThereAndBack)
+{
+    const WorkbenchRun pixel = Run({"to-pixel", "650", "450.5", "--data", Path("data")});
+    EXPECT_EQ(pixel.nExitCode, 0);
+    EXPECT_EQ(pixel.strOutput, "3900.000 2703.000\n");
+    const WorkbenchRun world = Run({"to-world", "3900", "2703", "--data", Path("data")});
+    EXPECT_EQ(world.nExitCode, 0);
+    EXPECT_EQ(world.strOutput, "650.000 450.500\n");
+}
+
+TEST_F(Commands, NoCalibrationIsAFailureThatNamesTheFolder)
+{
+    ExpectFailure(Run({"to-world", "1", "2", "--data", m_own.path()}), g_nFailed, m_own.path());
+    ExpectFailure(Run({"to-pixel", "1", "2", "--data", m_own.path()}), g_nFailed, "no calibration");
+    QStringList words = PictureWords("left.bmp", "right.bmp", Path("c.png"));
+    words.last() = m_own.path();
+    ExpectFailure(Run(words), g_nFailed, "no calibration");
+}
+
+TEST_F(Commands, WithoutADataFolderTheUsersOwnIsUsed)
+{
+    ExpectFailure(Run({"to-world", "1", "2"}), g_nFailed, Path(".config"));
+}
+
+TEST_F(Commands, ADamagedRecordOfThePairIsNamed)
+{
+    QFile record(CopyOfRecords() + "DualCamerasCalibrationParam.ini");
+    ASSERT_TRUE(record.resize(record.size() / 2));
+    ExpectFailure(Run({"to-world", "1", "2", "--data", m_own.path()}), g_nFailed, "DualCamerasCalibrationParam.ini");
+}
+
+TEST_F(Commands, ADamagedRecordOfACameraIsNamed)
+{
+    QFile record(CopyOfRecords() + "R_AutoDualCalibrate.xml");
+    ASSERT_TRUE(record.resize(record.size() / 2));
+    QStringList words = PictureWords("left.bmp", "right.bmp", Path("c.png"));
+    words.last() = m_own.path();
+    ExpectFailure(Run(words), g_nFailed, "R_AutoDualCalibrate.xml");
+}
+
+TEST_F(Commands, AMissingFileOfTheCalibrationIsNamed)
+{
+    ASSERT_TRUE(QFile::remove(CopyOfRecords() + "LeftCalPts.txt"));
+    QStringList words = PictureWords("left.bmp", "right.bmp", Path("c.png"));
+    words.last() = m_own.path();
+    ExpectFailure(Run(words), g_nFailed, "LeftCalPts.txt");
+}
+
+TEST_F(Commands, ASizeThatNoMachineHasIsRefusedFromTheSettingsToo)
+{
+    CopyOfRecords();
+    const QString strData = m_own.path() + "/Quillboost/Resources/Data";
+    ASSERT_TRUE(QDir().mkpath(strData));
+    QStringList words = PictureWords("left.bmp", "right.bmp", Path("c.png"));
+    words.last() = m_own.path();
+    for (const char* pValue : {"0", "-5", "wide", "nan", "1e300"}) {
+        QFile settings(strData + "/CameraSetting.ini");
+        ASSERT_TRUE(settings.open(QIODevice::WriteOnly));
+        settings.write(QByteArray("[CANVAS_SIZE]\nWIDTH=") + pValue + "\nHEIGHT=900\n");
+        settings.close();
+        ExpectFailure(Run(words), g_nFailed, "no machine has");
+    }
+}
+
+TEST_F(Commands, ADemonstrationThatCannotWriteSaysSo)
+{
+    Write("file", "in the way");
+    ExpectFailure(Run({"demo", "--out", Path("file")}), g_nFailed, Path("file"));
+}
