@@ -1,0 +1,132 @@
+#include "Translator.h"
+#include "TranslatorControl.h"
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QEvent>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRegularExpression>
+#include <QWidget>
+
+#include <memory>
+
+namespace
+{
+
+QJsonObject Table(const QString& strLanguage)
+{
+    QFile file(QString(WORDING_FOLDER "/%1.json").arg(strLanguage));
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    return QJsonDocument::fromJson(file.readAll()).object();
+}
+
+QStringList Placeholders(const QString& strText)
+{
+    QStringList listFound;
+    auto it = QRegularExpression("%[0-9]+").globalMatch(strText);
+    while (it.hasNext()) {
+        listFound.append(it.next().captured());
+    }
+    listFound.sort();
+    return listFound;
+}
+
+class CountingWindow : public QWidget
+{
+public:
+    int nChanges = 0;
+
+protected:
+    void changeEvent(QEvent* pEvent) override
+    {
+        nChanges += pEvent->type() == QEvent::LanguageChange ? 1 : 0;
+        QWidget::changeEvent(pEvent);
+    }
+};
+
+class TranslatorTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        static int argc = 1;
+        static char szName[] = "translator_test";
+        static char* argv[] = {szName, nullptr};
+        if (!QCoreApplication::instance()) {
+            m_pApplication = std::make_unique<QApplication>(argc, argv);
+        }
+        ASSERT_TRUE(Translator_SetLanguage("en"));
+    }
+
+    std::unique_ptr<QApplication> m_pApplication;
+};
+
+QString Wording(const QString& strKey)
+{
+    return CTranslator::GetInstance()->GetWording(strKey);
+}
+
+} // namespace
+
+TEST_F(TranslatorTest, AllLanguagesAreThere)
+{
+    EXPECT_EQ(Translator_AvailableLanguages(), (QStringList{"de", "en", "es", "zh"}));
+    EXPECT_EQ(Translator_CurrentLanguage(), "en");
+}
+
+TEST_F(TranslatorTest, InEnglishEveryKeyIsItsOwnWording)
+{
+    EXPECT_EQ(Wording("Previous step"), "Previous step");
+}
+
+TEST_F(TranslatorTest, AnUnknownKeyReturnsItself)
+{
+    ASSERT_TRUE(Translator_SetLanguage("de"));
+    EXPECT_EQ(Wording("/no/such/key.svg"), "/no/such/key.svg");
+    EXPECT_EQ(Wording(""), "");
+}
+
+TEST_F(TranslatorTest, TheTablesHaveTheSameKeysWithoutGaps)
+{
+    const QStringList listKeys = Table("de").keys();
+    ASSERT_FALSE(listKeys.isEmpty());
+    for (const QString& strLanguage : {QString("zh"), QString("de"), QString("es")}) {
+        const QJsonObject table = Table(strLanguage);
+        EXPECT_EQ(table.keys(), listKeys) << qPrintable(strLanguage);
+        for (const QString& strKey : listKeys) {
+            const QString strText = table.value(strKey).toString();
+            EXPECT_FALSE(strText.isEmpty()) << qPrintable(strKey);
+            EXPECT_EQ(Placeholders(strText), Placeholders(strKey)) << qPrintable(strKey);
+        }
+    }
+}
+
+TEST_F(TranslatorTest, SwitchingReachesAnOpenWindow)
+{
+    CountingWindow window;
+    window.show();
+    ASSERT_TRUE(Translator_SetLanguage("de"));
+    // The application posts the change to its windows.
+    QCoreApplication::sendPostedEvents();
+    EXPECT_EQ(window.nChanges, 1);
+    EXPECT_EQ(Translator_CurrentLanguage(), "de");
+    EXPECT_EQ(Wording("Cancel"), Table("de").value("Cancel").toString());
+    EXPECT_NE(Wording("Cancel"), "Cancel");
+    ASSERT_TRUE(Translator_SetLanguage("zh"));
+    QCoreApplication::sendPostedEvents();
+    EXPECT_EQ(window.nChanges, 2);
+    EXPECT_EQ(Wording("Cancel"), Table("zh").value("Cancel").toString());
+}
+
+TEST_F(TranslatorTest, ALanguageWithoutATableChangesNothing)
+{
+    ASSERT_TRUE(Translator_SetLanguage("es"));
+    EXPECT_FALSE(Translator_SetLanguage("xx"));
+    EXPECT_FALSE(Translator_SetLanguage("../es"));
+    EXPECT_EQ(Translator_CurrentLanguage(), "es");
+}
