@@ -3,6 +3,7 @@
 #include <opencv2/core/utility.hpp>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
@@ -11,8 +12,10 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <cstring>
+#include <thread>
 #include <vector>
 
 namespace CrossPts
@@ -66,6 +69,7 @@ template <typename Call> bool MoveAll(Call call, int nFile, std::vector<iovec>& 
             continue;
         }
         if (nMoved <= 0) {
+            errno = nMoved == 0 ? 0 : errno;
             return false;
         }
         nOffset += static_cast<std::size_t>(nMoved);
@@ -82,13 +86,15 @@ template <typename Call> bool MoveAll(Call call, int nFile, std::vector<iovec>& 
     return true;
 }
 
-/// Moves all rows between the file and the top-down buffer, stripes side by side.
+/// Moves all rows between the file and the top-down buffer, stripes side by side. `errno` tells the failure, whichever
+/// thread met it; 0 is a file that ended.
 template <typename Call> bool MoveRows(Call call, int nFile, const BmpInfo& info, unsigned char* pPixels)
 {
     const std::size_t nRowBytes = RowBytes(info.nWidth, info.nBits);
     const std::size_t nFileRowBytes = FileRowBytes(info.nWidth, info.nBits);
     const int nStripes = static_cast<int>((info.nHeight + g_nRowsPerCall - 1) / g_nRowsPerCall);
     std::atomic<bool> bOk{true};
+    std::atomic<int> nError{0};
     cv::parallel_for_(cv::Range(0, nStripes), [&](const cv::Range& range) {
         std::array<unsigned char, 4> padding{};
         std::vector<iovec> parts;
@@ -105,10 +111,12 @@ template <typename Call> bool MoveRows(Call call, int nFile, const BmpInfo& info
                 }
             }
             if (!MoveAll(call, nFile, parts, info.nDataOffset + static_cast<std::size_t>(nFirst) * nFileRowBytes)) {
+                nError = errno;
                 bOk = false;
             }
         }
     });
+    errno = nError;
     return bOk;
 }
 
@@ -165,6 +173,22 @@ std::vector<unsigned char> Header(long nWidth, long nHeight, int nBits)
     return header;
 }
 
+/// Keeps readers and writers of one file apart, in this process and between processes, until the descriptor is closed.
+/// False when somebody else keeps the file for long: a stuck process must not hold this one. File systems without locks
+/// are borne.
+bool LockFile(int nFile, int nOperation)
+{
+    constexpr int nMaxTries = 2000;
+    for (int nTry = 0; nTry < nMaxTries; ++nTry) {
+        if (flock(nFile, nOperation | LOCK_NB) == 0 || (errno != EWOULDBLOCK && errno != EINTR)) {
+            return true;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    errno = EWOULDBLOCK;
+    return false;
+}
+
 /// A descriptor that closes itself.
 struct File {
     int nFile = -1;
@@ -178,7 +202,8 @@ struct File {
 
 } // namespace
 
-BmpReader::BmpReader(const char* pFile) : m_nFile(open(pFile, O_RDONLY | O_CLOEXEC))
+// Without O_NONBLOCK a pipe that somebody left under the name would hold the caller for good.
+BmpReader::BmpReader(const char* pFile) : m_nFile(open(pFile, O_RDONLY | O_CLOEXEC | O_NONBLOCK))
 {
 }
 
@@ -197,6 +222,14 @@ BmpAnswer BmpReader::ReadHeader(BmpInfo& info, std::string& strReason)
         strReason = "it cannot be opened as a file";
         return BmpAnswer::Damaged;
     }
+    if (!LockFile(m_nFile, LOCK_SH)) {
+        strReason = "another process keeps it locked";
+        return BmpAnswer::Damaged;
+    }
+    if (fstat(m_nFile, &status) != 0) {
+        strReason = std::strerror(errno);
+        return BmpAnswer::Damaged;
+    }
     std::array<unsigned char, g_nHeaderBytes> header{};
     if (!ReadExactly(m_nFile, header.data(), header.size(), 0) || header[0] != 'B' || header[1] != 'M') {
         return BmpAnswer::NotOurs;
@@ -205,7 +238,10 @@ BmpAnswer BmpReader::ReadHeader(BmpInfo& info, std::string& strReason)
     const auto nWidth = static_cast<std::int32_t>(Get32(&header[18]));
     const auto nHeight = static_cast<std::int32_t>(Get32(&header[22]));
     const std::uint32_t nBits = Get16(&header[28]);
-    const bool bPlain = nHeaderSize >= 40 && nHeaderSize <= 124 && Get32(&header[30]) == 0;
+    if (nHeaderSize < 40) {
+        return BmpAnswer::NotOurs;
+    }
+    const bool bPlain = nHeaderSize <= 124 && Get32(&header[30]) == 0;
     const long nRows = nHeight < 0 ? -static_cast<long>(nHeight) : nHeight;
     if (nWidth <= 0 || nRows <= 0 || nWidth > g_nMaxSide || nRows > g_nMaxSide) {
         strReason = "its header claims a size of " + std::to_string(nWidth) + " x " + std::to_string(nHeight);
@@ -243,7 +279,8 @@ bool WriteBmp(const char* pFile, const unsigned char* pPixels, long nWidth, long
     }
     const File file{open(pFile, O_RDWR | O_CREAT | O_CLOEXEC, 0666)};
     const std::array<unsigned char, 2> wiped{};
-    const bool bWritten = file.nFile >= 0 && WriteExactly(file.nFile, wiped.data(), wiped.size(), 0) &&
+    const bool bWritten = file.nFile >= 0 && LockFile(file.nFile, LOCK_EX) &&
+                          WriteExactly(file.nFile, wiped.data(), wiped.size(), 0) &&
                           MoveRows(&pwritev, file.nFile, info, const_cast<unsigned char*>(pPixels)) &&
                           ftruncate(file.nFile, static_cast<off_t>(nTotal)) == 0 &&
                           WriteExactly(file.nFile, header.data(), header.size(), 0);

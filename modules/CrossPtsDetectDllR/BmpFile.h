@@ -23,7 +23,7 @@ enum class BmpAnswer {
     Damaged, ///< a bitmap that is cut short or claims an impossible size; `strReason` says which
 };
 
-/// A bitmap file that is open for reading.
+/// A bitmap file that is open for reading. From `ReadHeader` on no `WriteBmp` touches it.
 class BmpReader
 {
 public:
@@ -42,7 +42,7 @@ private:
 
 /// Writes width * height * bits / 8 top-down bytes as a bitmap. An existing file is overwritten in place, which is
 /// several times as fast as truncating it first; its header is wiped before and written last, so that a file that was
-/// cut short is no picture for anybody.
+/// cut short is no picture for anybody. Readers of this module wait until it is done, and it waits for them.
 bool WriteBmp(const char* pFile, const unsigned char* pPixels, long nWidth, long nHeight, int nBits,
               std::string& strReason);
 

@@ -84,6 +84,10 @@ bool RefuseSave(const char* pFile, const std::string& strReason)
 bool ReadBmp(const CrossPts::BmpReader& reader, const CrossPts::BmpInfo& info, unsigned char*& pixels, long& width,
              long& height, int& bits, const char* pFile)
 {
+    if (!IsPictureSize(info.nWidth, info.nHeight, info.nBits)) {
+        return RefuseRead(pFile,
+                          std::to_string(info.nWidth) + " x " + std::to_string(info.nHeight) + " pixels are too many");
+    }
     unsigned char* pBuffer = BufferStore::Instance().Get(pixels, PictureBytes(info.nWidth, info.nHeight, info.nBits));
     if (!pBuffer) {
         return RefuseRead(pFile, "there is no memory for it");

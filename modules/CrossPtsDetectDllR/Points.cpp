@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <limits>
 #include <set>
 
 namespace
@@ -21,8 +22,9 @@ void Rearrange(std::vector<CalibrationPoint>& points, int nRows, int nCols, doub
     for (const CalibrationPoint& point : points) {
         upright.emplace_back(dSign * static_cast<double>(point.fImageX), dSign * static_cast<double>(point.fImageY));
     }
-    // Ids run over the whole grid, so a camera cannot see more columns than the grid has.
-    const auto places = nOwnCols <= nCols ? CrossPts::FitLattice(upright, nRows, nOwnCols) : std::nullopt;
+    // Ids run over the whole grid, so a camera cannot see more columns than the grid has, and each id must be an int.
+    const bool bGrid = nOwnCols <= nCols && static_cast<long>(nRows) * nCols <= std::numeric_limits<int>::max();
+    const auto places = bGrid ? CrossPts::FitLattice(upright, nRows, nOwnCols) : std::nullopt;
     if (!places) {
         ILog_WriteLogF(2, "%s: %d points do not form a lattice of %d rows", pOperation, nCount, nRows);
         // Equal ids make the calibration refuse the points.

@@ -8,8 +8,14 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <atomic>
+#include <csignal>
 #include <cstring>
 #include <limits>
+#include <thread>
 
 namespace
 {
@@ -142,6 +148,51 @@ TEST_F(Pictures, WhatIsNoPictureLeavesTheOutputsUntouched)
         EXPECT_EQ(m_nBits, -7) << strFile;
     }
     EXPECT_FALSE(Read_Image(m_pPixels, m_nWidth, m_nHeight, m_nBits, nullptr));
+}
+
+TEST_F(Pictures, APipeUnderThePicturesNameHoldsNobody)
+{
+    ASSERT_EQ(mkfifo(Path("pipe.bmp").c_str(), 0600), 0);
+    EXPECT_FALSE(Read(Path("pipe.bmp")));
+    EXPECT_EQ(m_pPixels, nullptr);
+}
+
+TEST_F(Pictures, AWriteThatTheDiskRefusesLeavesNoPicture)
+{
+    const cv::Mat picture = Noise(64, 64, CV_8UC3);
+    ASSERT_TRUE(Save_Image(picture.data, 64, 64, 24, Path("p.bmp").c_str()));
+    rlimit old{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &old), 0);
+    const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit small = old;
+    small.rlim_cur = 5000;
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    const bool bSaved = Save_Image(picture.data, 64, 64, 24, Path("p.bmp").c_str());
+    setrlimit(RLIMIT_FSIZE, &old);
+    std::signal(SIGXFSZ, oldHandler);
+    EXPECT_FALSE(bSaved);
+    EXPECT_FALSE(Read(Path("p.bmp")));
+    EXPECT_TRUE(cv::imread(Path("p.bmp")).empty());
+}
+
+TEST_F(Pictures, AReaderBesideAWriterNeverSeesHalfOfTwoPictures)
+{
+    const cv::Mat dark(600, 800, CV_8UC3, cv::Scalar::all(1));
+    const cv::Mat bright(600, 800, CV_8UC3, cv::Scalar::all(250));
+    ASSERT_TRUE(Save_Image(dark.data, 800, 600, 24, Path("p.bmp").c_str()));
+    std::atomic<bool> bStop{false};
+    std::thread writer([&] {
+        for (int i = 0; !bStop; ++i) {
+            const cv::Mat& picture = i % 2 == 0 ? bright : dark;
+            Save_Image(picture.data, 800, 600, 24, Path("p.bmp").c_str());
+        }
+    });
+    for (int i = 0; i < 300; ++i) {
+        EXPECT_TRUE(Read(Path("p.bmp")));
+        EXPECT_TRUE(Holds(dark) || Holds(bright)) << "a mixture";
+    }
+    bStop = true;
+    writer.join();
 }
 
 TEST_F(Pictures, WhatCannotBeSavedIsRefused)

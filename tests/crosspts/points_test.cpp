@@ -144,7 +144,8 @@ TEST(Rearrange, SizesThatNoGridHasAreSurvived)
 {
     const Machine machine(Machine::Kind::Automatic, 4);
     const int nMax = std::numeric_limits<int>::max();
-    for (const auto& [nRow, nCol] : {std::pair{0, 8}, {-7, 8}, {7, 0}, {7, -1}, {nMax, nMax}, {36, 8}, {7, 3}}) {
+    for (const auto& [nRow, nCol] :
+         {std::pair{0, 8}, {-7, 8}, {7, 0}, {7, -1}, {nMax, nMax}, {36, 8}, {7, 3}, {7, nMax}}) {
         std::vector<CalibrationPoint> points = Clicks(machine, Side::Left, 1.0, 1);
         LeftPtsRearrange(points, nRow, nCol);
         ExpectAllOne(points);
