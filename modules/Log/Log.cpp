@@ -6,6 +6,7 @@
 #include <sys/types.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdarg>
@@ -92,6 +93,11 @@ private:
                 strLine += "\\n";
             } else if (pText[i] == '\r') {
                 strLine += "\\r";
+            } else if (pText[i] == 0x7f || (pText[i] >= 0 && pText[i] < 0x20 && pText[i] != '\t')) {
+                // Names of files come from anywhere: none of them may steer the terminal.
+                char szCode[8];
+                std::snprintf(szCode, sizeof szCode, "\\x%02x", static_cast<unsigned>(pText[i]));
+                strLine += szCode;
             } else {
                 strLine += pText[i];
             }
@@ -107,6 +113,13 @@ private:
         if (std::ftell(m_pFile) + static_cast<long>(strLine.size()) > g_nMaxFileBytes) {
             Rotate();
             if (!OpenFile()) {
+                return;
+            }
+            if (std::ftell(m_pFile) != 0) {
+                // The folder lets nobody rename. Better no more lines than a disk that fills up.
+                CloseFile();
+                m_bFileRefused = true;
+                std::fprintf(stderr, "The log file %s is full and cannot be put aside\n", m_strFile.c_str());
                 return;
             }
         }

@@ -76,6 +76,29 @@ TEST_F(LogTest, AnEntryIsOneLineWhateverItQuotes)
     EXPECT_TRUE(lines[0].ends_with("two\\nlines\\r"));
 }
 
+TEST_F(LogTest, NoTextSteersTheTerminal)
+{
+    ILog_WriteLog(1, "a\x1b[2Jb\x7f\tc \xc3\xa4");
+    const auto lines = LinesOf(m_file);
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_TRUE(lines[0].ends_with("a\\x1b[2Jb\\x7f\tc \xc3\xa4")) << lines[0];
+}
+
+TEST_F(LogTest, AFullFileThatCannotBePutAsideGrowsNoFurther)
+{
+    // Folders that bear the names of the older files, not empty, so that nothing can be renamed onto them.
+    for (int i = 1; i <= 4; ++i) {
+        std::filesystem::create_directories(m_file.string() + "." + std::to_string(i) + "/x");
+    }
+    const std::string strText(10000, 'y');
+    testing::internal::CaptureStderr();
+    for (int i = 0; i < 300; ++i) {
+        ILog_WriteLog(1, strText.c_str());
+    }
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("cannot be put aside"), std::string::npos);
+    EXPECT_LE(std::filesystem::file_size(m_file), 1024U * 1024U);
+}
+
 TEST_F(LogTest, NothingIsBorne)
 {
     ILog_WriteLog(1, nullptr);
