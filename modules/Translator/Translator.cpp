@@ -32,8 +32,9 @@ struct Wording {
 
 Wording& Current()
 {
-    static Wording wording;
-    return wording;
+    // Never destroyed: windows may ask for a wording while the process ends.
+    static auto* pWording = new Wording;
+    return *pWording;
 }
 
 bool LoadTable(const QString& strLanguage, WordingTable& table)
@@ -41,7 +42,7 @@ bool LoadTable(const QString& strLanguage, WordingTable& table)
     InitTables();
     QFile file(":/wording/" + strLanguage + ".json");
     if (!file.open(QIODevice::ReadOnly)) {
-        ILog_WriteLogF(2, "Translator: there is no wording table for the language %s",
+        ILog_WriteLogF(2, "Translator: the wording table for the language %s cannot be read",
                        strLanguage.toUtf8().constData());
         return false;
     }
@@ -97,6 +98,12 @@ QString Translator_CurrentLanguage()
 bool Translator_SetLanguage(const QString& strLanguage)
 {
     WordingTable table;
+    // The list, not the folder, says what a language is: a name with a path in it is none.
+    if (!Translator_AvailableLanguages().contains(strLanguage)) {
+        ILog_WriteLogF(2, "Translator: there is no wording table for the language %s",
+                       strLanguage.toUtf8().constData());
+        return false;
+    }
     if (strLanguage != "en" && !LoadTable(strLanguage, table)) {
         return false;
     }

@@ -128,5 +128,6 @@ TEST_F(TranslatorTest, ALanguageWithoutATableChangesNothing)
     ASSERT_TRUE(Translator_SetLanguage("es"));
     EXPECT_FALSE(Translator_SetLanguage("xx"));
     EXPECT_FALSE(Translator_SetLanguage("../es"));
+    EXPECT_FALSE(Translator_SetLanguage("../wording/de"));
     EXPECT_EQ(Translator_CurrentLanguage(), "es");
 }
