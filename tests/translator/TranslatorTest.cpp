@@ -9,9 +9,12 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
+#include <QSet>
 #include <QWidget>
 
+#include <atomic>
 #include <memory>
+#include <thread>
 
 namespace
 {
@@ -104,6 +107,55 @@ TEST_F(TranslatorTest, TheTablesHaveTheSameKeysWithoutGaps)
             EXPECT_EQ(Placeholders(strText), Placeholders(strKey)) << qPrintable(strKey);
         }
     }
+}
+
+TEST_F(TranslatorTest, TextsCallAButtonWhatItBears)
+{
+    int nNamed = 0;
+    for (const QString& strLanguage : {QString("zh"), QString("de"), QString("es")}) {
+        const QJsonObject table = Table(strLanguage);
+        for (const QString& strKey : table.keys()) {
+            auto it = QRegularExpression("[<\\[]([^>\\]]+)[>\\]]").globalMatch(strKey);
+            while (it.hasNext()) {
+                const QString strButton = table.value(it.next().captured(1)).toString();
+                EXPECT_TRUE(table.value(strKey).toString().contains(strButton)) << qPrintable(strKey);
+                nNamed += strButton.isEmpty() ? 0 : 1;
+            }
+        }
+    }
+    EXPECT_GT(nNamed, 0);
+}
+
+TEST_F(TranslatorTest, StatesAndPathsAreNotTranslated)
+{
+    for (const QString& strLanguage : {QString("zh"), QString("de"), QString("es")}) {
+        ASSERT_TRUE(Translator_SetLanguage(strLanguage));
+        for (const char* pKey : {"None", ".png", "L_images/", "R_images/", "/Vision/calib/Camera_Two/Output/",
+                                 "cameraL_calibrateMap.xml", "DualCamera_Flow_Step4", "Default", "Custom"}) {
+            EXPECT_EQ(Wording(pKey), pKey);
+        }
+        // Rows of coordinates are read back at their first colon.
+        EXPECT_FALSE(Wording("Coordinate").contains(':'));
+    }
+}
+
+TEST_F(TranslatorTest, LookUpsMeetASwitchFromOtherThreads)
+{
+    std::atomic<bool> bStop{false};
+    const QSet<QString> wordings{"Cancel", Table("de").value("Cancel").toString(),
+                                 Table("zh").value("Cancel").toString()};
+    std::atomic<int> nStrange{0};
+    std::thread reader([&] {
+        while (!bStop) {
+            nStrange += wordings.contains(Wording("Cancel")) ? 0 : 1;
+        }
+    });
+    for (int i = 0; i < 50; ++i) {
+        Translator_SetLanguage(i % 3 == 0 ? "en" : i % 3 == 1 ? "de" : "zh");
+    }
+    bStop = true;
+    reader.join();
+    EXPECT_EQ(nStrange, 0);
 }
 
 TEST_F(TranslatorTest, SwitchingReachesAnOpenWindow)
