@@ -1,0 +1,26 @@
+#pragma once
+
+// Runs the registered benchmarks and prints, after Google Benchmark's own table, how they compare with each other in
+// this very run. Each benchmark's argument is the number of cores, 0 for all.
+
+#include <benchmark/benchmark.h>
+
+#include <string>
+#include <vector>
+
+namespace Bench
+{
+
+/// "`strOther` takes so many times as long as `strOurs`", once for each number of cores.
+struct Ratio {
+    std::string strOurs;
+    std::string strOther;
+};
+
+/// Lets OpenCV use as many threads as the benchmark's argument says.
+void SetCores(const benchmark::State& state);
+
+/// The body of a main function. A ratio whose benchmarks did not both run is left out.
+int RunAndCompare(int argc, char** argv, const std::vector<Ratio>& ratios);
+
+} // namespace Bench
