@@ -13,6 +13,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <mutex>
 
 namespace Doubles
 {
@@ -71,6 +72,9 @@ std::string Folder(const std::string& strFile)
 
 void ILog_WriteLog(int nLevel, const char* pText)
 {
+    // Threads log as well; a test reads the lines when they have ended.
+    static std::mutex mutex;
+    const std::lock_guard<std::mutex> lock(mutex);
     Doubles::The().logLines.emplace_back(nLevel, pText);
 }
 
