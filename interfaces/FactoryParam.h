@@ -69,6 +69,8 @@ static_assert(offsetof(FactoryAxis, dValue64) == 64 && offsetof(FactoryAxis, val
 static_assert(offsetof(FactoryAxis, dValue88) == 88 && offsetof(FactoryAxis, dValue96) == 96);
 static_assert(sizeof(FactoryEntry) == 80 && std::is_trivially_copyable_v<FactoryEntry>);
 static_assert(offsetof(FactoryEntry, dValue8) == 8 && offsetof(FactoryEntry, nWord24) == 24);
+static_assert(offsetof(FactoryEntry, dValue16) == 16 && offsetof(FactoryEntry, dValue40) == 40);
+static_assert(offsetof(FactoryEntry, dValue48) == 48);
 static_assert(offsetof(FactoryEntry, dValue32) == 32 && offsetof(FactoryEntry, dValue56) == 56);
 static_assert(offsetof(FactoryEntry, nWord64) == 64 && offsetof(FactoryEntry, nFlag68) == 68);
 static_assert(offsetof(FactoryEntry, nWord72) == 72);

@@ -48,6 +48,7 @@ struct MicroLineDocument {
 
 static_assert(sizeof(MicroLineSegment) == 64 && std::is_trivially_copyable_v<MicroLineSegment>);
 static_assert(offsetof(MicroLineSegment, dX0) == 0 && offsetof(MicroLineSegment, dY0) == 8);
+static_assert(offsetof(MicroLineSegment, dReserved0) == 16 && offsetof(MicroLineSegment, dReserved1) == 40);
 static_assert(offsetof(MicroLineSegment, dX1) == 24 && offsetof(MicroLineSegment, dY1) == 32);
 static_assert(offsetof(MicroLineSegment, pPrev) == 48 && offsetof(MicroLineSegment, pNext) == 56);
 static_assert(sizeof(MicroLineNode) == 88 && std::is_trivially_copyable_v<MicroLineNode>);

@@ -5,6 +5,7 @@
 #include "ConnectRecord.h"
 #include "FactoryParam.h"
 #include "FishEyeParams.h"
+#include "ICalibrate.h"
 #include "ICameraDevice.h"
 #include "IDeviceHost.h"
 #include "IDriverRD.h"
@@ -53,6 +54,35 @@ public:
     int Reserved16() override { return 16; }
 };
 
+class NumberedInstance : public Vision::ICalibrate
+{
+public:
+    void SetWorkAreaSize(int nWidth, int nHeight) override { nLast = 2 * (nWidth == 8 && nHeight == 9); }
+    int SetCameraNames(const char*, const char*) override { return 3; }
+    int ReservedOperation3(std::intptr_t) override { return 4; }
+    int SetReservedSize(int, int) override { return 5; }
+    int PixelToWorld(double, double, double*, double*, bool) override { return 6; }
+    int WorldToPixel(double, double, double*, double*, bool) override { return 7; }
+    int CalibImage(const cv::Mat&, const cv::Mat&, cv::Mat&, cv::Mat&, bool) override { return 8; }
+    int ReservedOperation8(std::intptr_t, std::intptr_t, bool) override { return 9; }
+    int ShowCalibrationWizard(QWidget*) override { return 10; }
+    int ShowCoordinateWizard(QWidget*) override { return 11; }
+    int ShowFusionWizard(QWidget*) override { return 12; }
+    int SetDeviceHost(IDeviceHost*) override { return 13; }
+    int WarpImage(const cv::Mat&, const int&, const int&, cv::Mat&) override { return 14; }
+    int CalibAndFusionImage(const cv::Mat&, const cv::Mat&, cv::Mat&, bool) override { return 15; }
+    int FusionImage(const cv::Mat&, const cv::Mat&, cv::Mat&, bool) override { return 16; }
+    int SetCalibrationResourcePath(const char*) override { return 17; }
+    int nLast = 0;
+};
+
+class NumberedErrors : public IErrCodeMgr
+{
+public:
+    void ShowStatus(int nStatus, int nZero) override { nLast = nStatus + nZero; }
+    int nLast = 0;
+};
+
 class NumberedHost final : public IDeviceHost, public IDeviceChannel
 {
 public:
@@ -87,6 +117,48 @@ public:
 };
 
 } // namespace
+
+TEST(Contracts, TheInstanceHasSeventeenEntriesInTheirOrder)
+{
+    NumberedInstance instance;
+    Vision::ICalibrate* p = &instance;
+    using Object = Vision::ICalibrate*;
+    using Numbers = int (*)(Object, double, double, double*, double*, bool);
+    using Pictures = int (*)(Object, const cv::Mat&, const cv::Mat&, cv::Mat&, bool);
+    const cv::Mat picture;
+    const int nSide = 1;
+    cv::Mat out;
+    double d = 0.0;
+    Slot<void (*)(Object, int, int)>(p, 2)(p, 8, 9);
+    EXPECT_EQ(instance.nLast, 2);
+    EXPECT_EQ((Slot<int (*)(Object, const char*, const char*)>(p, 3)(p, "", "")), 3);
+    EXPECT_EQ((Slot<int (*)(Object, std::intptr_t)>(p, 4)(p, 0)), 4);
+    EXPECT_EQ((Slot<int (*)(Object, int, int)>(p, 5)(p, 0, 0)), 5);
+    EXPECT_EQ(Slot<Numbers>(p, 6)(p, 0.0, 0.0, &d, &d, false), 6);
+    EXPECT_EQ(Slot<Numbers>(p, 7)(p, 0.0, 0.0, &d, &d, false), 7);
+    EXPECT_EQ((Slot<int (*)(Object, const cv::Mat&, const cv::Mat&, cv::Mat&, cv::Mat&, bool)>(p, 8)(
+                  p, picture, picture, out, out, false)),
+              8);
+    EXPECT_EQ((Slot<int (*)(Object, std::intptr_t, std::intptr_t, bool)>(p, 9)(p, 0, 0, false)), 9);
+    for (const std::size_t nOpening : {10, 11, 12}) {
+        EXPECT_EQ((Slot<int (*)(Object, QWidget*)>(p, nOpening)(p, nullptr)), static_cast<int>(nOpening));
+    }
+    EXPECT_EQ((Slot<int (*)(Object, IDeviceHost*)>(p, 13)(p, nullptr)), 13);
+    EXPECT_EQ(
+        (Slot<int (*)(Object, const cv::Mat&, const int&, const int&, cv::Mat&)>(p, 14)(p, picture, nSide, nSide, out)),
+        14);
+    EXPECT_EQ(Slot<Pictures>(p, 15)(p, picture, picture, out, false), 15);
+    EXPECT_EQ(Slot<Pictures>(p, 16)(p, picture, picture, out, false), 16);
+    EXPECT_EQ((Slot<int (*)(Object, const char*)>(p, 17)(p, "")), 17);
+}
+
+TEST(Contracts, TheErrorCodesOperationFollowsTheDestructor)
+{
+    NumberedErrors errors;
+    IErrCodeMgr* p = &errors;
+    Slot<void (*)(IErrCodeMgr*, int, int)>(p, 2)(p, 1011, 0);
+    EXPECT_EQ(errors.nLast, 1011);
+}
 
 TEST(Contracts, TheCameraHasSixteenEntriesInTheirOrder)
 {
