@@ -27,8 +27,14 @@ QString IniKey(const QString& strSection, const QString& strKey)
 
 QVariant ReadIni(const QString& strSection, const QString& strKey, const QVariant& defaultValue, const QString& strFile)
 {
+    const QFileInfo info(strFile);
+    // A pipe that somebody left under the name would hold the reader for good.
+    if (info.exists() && !info.isFile()) {
+        ILog_WriteLogF(2, "%s is no plain file and is not read", strFile.toUtf8().constData());
+        return defaultValue;
+    }
     // A damaged file is not loaded whole into memory: no file of ours comes near the bound.
-    if (QFileInfo(strFile).size() > g_nMaxIniBytes) {
+    if (info.size() > g_nMaxIniBytes) {
         ILog_WriteLogF(2, "%s is larger than %lld bytes and is not read", strFile.toUtf8().constData(), g_nMaxIniBytes);
         return defaultValue;
     }
@@ -146,6 +152,14 @@ bool MoveDirectory(QString strFrom, QString strTo)
     // Only an empty folder goes: a file that could not be copied stays where it is.
     source.rmdir(source.absolutePath());
     return true;
+}
+
+void WriteCameraDevices(QString strLeftCameraName, QString strRightCameraName)
+{
+    const QString strFile = GetCalibrationRootPath() + "/Vision/calib/cameraDevices.ini";
+    WriteIniInt("VISION", "CAMERA_NUMBER", 2, strFile);
+    WriteIniString("VISION", "CAMERA_LEFT_NAME", strLeftCameraName.split(' ').last(), strFile);
+    WriteIniString("VISION", "CAMERA_RIGHT_NAME", strRightCameraName.split(' ').last(), strFile);
 }
 
 QString Utf8ToQString(const char* pText)

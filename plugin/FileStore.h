@@ -23,9 +23,13 @@ void WriteIniString(QString strSection, QString strKey, QString strValue, QStrin
 void BeginIniBatch(QString strFile);
 void EndIniBatch();
 
+/// Tells the host which two cameras a finished calibration used. A camera is listed as "[0] Camera-Left"; only the last
+/// of the words between single blanks is kept.
+void WriteCameraDevices(QString strLeftCameraName, QString strRightCameraName);
+
 /// Renames, or copies file by file where the target exists already. False when the source does not exist or the target
-/// folder cannot be made. A file that cannot be copied is lost with the source folder only if the folder can be
-/// removed.
+/// folder cannot be made. A file that cannot be copied stays in the source folder, which then stays too; the answer is
+/// true all the same.
 bool MoveDirectory(QString strFrom, QString strTo);
 
 QString Utf8ToQString(const char* pText);

@@ -4,6 +4,7 @@
 #include "Log.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QTextStream>
 
 namespace
@@ -25,7 +26,8 @@ bool ParseLine(QString strLine, CalibrationPoint& point)
 bool ReadOne(const QString& strFile, std::vector<CalibrationPoint>& points, const char* pCaller, const char* pSide)
 {
     QFile file(strFile);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
+    // A pipe that somebody left under the name would hold the reader for good, so only plain files are opened.
+    if (!QFileInfo(strFile).isFile() || !file.open(QIODevice::ReadOnly | QIODevice::Text)) {
         ILog_WriteLogF(3, "%s: Failed to open the %s file!", pCaller, pSide);
         return false;
     }

@@ -5,9 +5,13 @@
 
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QSettings>
+
+#include <sys/stat.h>
 
 class FileStore : public testing::Test
 {
@@ -37,8 +41,8 @@ TEST_F(FileStore, TheThemeSelectsTheFolderByAnExactComparison)
 
 TEST_F(FileStore, TheInstallRootLiesBesideTheApplicationsFolder)
 {
-    EXPECT_TRUE(QDir::isAbsolutePath(GetInstallResourcePath()));
-    EXPECT_TRUE(GetInstallResourcePath().endsWith("/Resources"));
+    const QString strParent = QFileInfo(QCoreApplication::applicationDirPath()).path();
+    EXPECT_EQ(GetInstallResourcePath(), strParent + "/Resources");
 }
 
 TEST_F(FileStore, AMissingFileReadsAsTheDefault)
@@ -67,6 +71,74 @@ TEST_F(FileStore, AKeyOfTheWrongTypeReadsAsZero)
     WriteIniString("S", "K", "twelve", strFile);
     EXPECT_EQ(ReadIniInt("S", "K", 5, strFile), 0);
     EXPECT_EQ(ReadIniDouble("S", "K", 5.0, strFile), 0.0);
+}
+
+TEST_F(FileStore, SectionsAndKeysAreCaseSensitive)
+{
+    const QString strFile = m_data.Folder() + "/a.ini";
+    m_data.WriteFile(strFile, "[PROGRESS]\nRow=3\nsizeW=30.5\n");
+    EXPECT_EQ(ReadIniInt("PROGRESS", "Row", 1, strFile), 3);
+    EXPECT_EQ(ReadIniInt("PROGRESS", "ROW", 1, strFile), 1);
+    EXPECT_EQ(ReadIniInt("Progress", "Row", 1, strFile), 1);
+    EXPECT_EQ(ReadIniDouble("PROGRESS", "sizeW", 0.0, strFile), 30.5);
+}
+
+TEST_F(FileStore, TheStitchingFileIsIniTextWhateverItsName)
+{
+    const QString strFile = m_data.CameraTwo("Result/AutoDualCalibrate_stitch.xml");
+    WriteIniInt("CAMERA_PARAM", "AUTO_CALIBRATION", 1, strFile);
+    EXPECT_EQ(ReadIniInt("CAMERA_PARAM", "AUTO_CALIBRATION", 0, strFile), 1);
+    QFile file(strFile);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll().trimmed(), QByteArray("[CAMERA_PARAM]\nAUTO_CALIBRATION=1"));
+}
+
+TEST_F(FileStore, WritingWhereNothingCanBeWrittenIsSilent)
+{
+    m_data.WriteFile(m_data.Folder() + "/plain", "x");
+    const QString strFile = m_data.Folder() + "/plain/a.ini";
+    WriteIniInt("S", "K", 1, strFile);
+    WriteIniDouble("S", "K", 1.0, strFile);
+    WriteIniString("S", "K", "1", strFile);
+    EXPECT_EQ(ReadIniInt("S", "K", -1, strFile), -1);
+    EXPECT_TRUE(Doubles::The().logLines.empty());
+}
+
+TEST_F(FileStore, ARootThatCannotBeCreatedIsNotNoticed)
+{
+    m_data.WriteFile(m_data.Folder() + "/Quillboost", "a file in the folder's place");
+    EXPECT_EQ(GetCalibrationRootPath(), m_data.Root());
+    EXPECT_FALSE(QDir(m_data.Root()).exists());
+    EXPECT_TRUE(Doubles::The().logLines.empty());
+}
+
+TEST_F(FileStore, EndingABatchThatWasNeverBegunDoesNothing)
+{
+    EndIniBatch();
+    EndIniBatch();
+}
+
+TEST_F(FileStore, OfACamerasNameTheLastWordIsStored)
+{
+    const QString strFile = m_data.Root() + "/Vision/calib/cameraDevices.ini";
+    WriteCameraDevices("[0] Camera-Left", "Webcam");
+    EXPECT_EQ(ReadIniInt("VISION", "CAMERA_NUMBER", 0, strFile), 2);
+    EXPECT_EQ(ReadIniString("VISION", "CAMERA_LEFT_NAME", "", strFile), "Camera-Left");
+    EXPECT_EQ(ReadIniString("VISION", "CAMERA_RIGHT_NAME", "", strFile), "Webcam");
+    WriteCameraDevices("", "[1] USB  Camera ");
+    EXPECT_EQ(ReadIniString("VISION", "CAMERA_LEFT_NAME", "x", strFile), "");
+    // Split at single blanks: behind a blank at the end stands an empty word.
+    EXPECT_EQ(ReadIniString("VISION", "CAMERA_RIGHT_NAME", "x", strFile), "");
+}
+
+TEST_F(FileStore, APipeOrAFolderInPlaceOfTheFileReadsAsTheDefault)
+{
+    const QString strPipe = m_data.Folder() + "/pipe.ini";
+    ASSERT_EQ(mkfifo(strPipe.toLocal8Bit().constData(), 0600), 0);
+    EXPECT_EQ(ReadIniInt("S", "K", 3, strPipe), 3);
+    EXPECT_EQ(ReadIniInt("S", "K", 3, m_data.Folder()), 3);
+    ASSERT_EQ(Doubles::The().logLines.size(), 2U);
+    EXPECT_NE(Doubles::The().logLines[0].second.find("pipe.ini"), std::string::npos);
 }
 
 TEST_F(FileStore, AnOpenBatchTakesEveryWriteWhateverTheFile)
@@ -124,6 +196,14 @@ TEST_F(FileStore, MovingOntoAnExistingFolderCopiesEntryByEntry)
         EXPECT_TRUE(QFile::exists(m_data.Folder() + pFile)) << pFile;
     }
     EXPECT_FALSE(QDir(m_data.Folder() + "/Output").exists());
+}
+
+TEST_F(FileStore, MovingToWhereNoFolderCanBeMadeFailsAndTouchesNothing)
+{
+    m_data.WriteFile(m_data.Folder() + "/Output/a.txt", "a");
+    m_data.WriteFile(m_data.Folder() + "/plain", "x");
+    EXPECT_FALSE(MoveDirectory(m_data.Folder() + "/Output", m_data.Folder() + "/plain/Result"));
+    EXPECT_TRUE(QFile::exists(m_data.Folder() + "/Output/a.txt"));
 }
 
 TEST_F(FileStore, AFileThatCannotBeCopiedStaysWhereItIs)

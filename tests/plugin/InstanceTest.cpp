@@ -14,8 +14,12 @@ TEST(CalibGlobalParamTest, StartsWithNoCameraAndTheSmallWorkArea)
     EXPECT_TRUE(fresh.strCalibResourcePath.isEmpty());
     EXPECT_EQ(fresh.nWorkAreaWidth, 900);
     EXPECT_EQ(fresh.nWorkAreaHeight, 600);
+    EXPECT_EQ(fresh.nReservedFirst, 0);
+    EXPECT_EQ(fresh.nReservedSecond, 0);
     EXPECT_EQ(g_calibGlobalParam.strLeftCameraName, "None");
+    EXPECT_EQ(g_calibGlobalParam.strRightCameraName, "None");
     EXPECT_EQ(g_calibGlobalParam.nWorkAreaWidth, 900);
+    EXPECT_EQ(g_calibGlobalParam.nWorkAreaHeight, 600);
 }
 
 TEST(InstanceTest, SettersFillTheProcessWideBlock)
@@ -33,6 +37,23 @@ TEST(InstanceTest, SettersFillTheProcessWideBlock)
     EXPECT_EQ(g_calibGlobalParam.nReservedFirst, 3);
     EXPECT_EQ(g_calibGlobalParam.nReservedSecond, 4);
     EXPECT_EQ(g_calibGlobalParam.strCalibResourcePath, QString::fromUtf8("/r\xc3\xa9s"));
+    // The whole text is replaced, and no name is an empty one.
+    EXPECT_EQ(instance.SetCameraNames("L", nullptr), 0);
+    EXPECT_EQ(g_calibGlobalParam.strLeftCameraName, "L");
+    EXPECT_EQ(g_calibGlobalParam.strRightCameraName, "");
+    g_calibGlobalParam = CalibGlobalParam();
+}
+
+TEST(InstanceTest, TheBlockIsOneForAllInstances)
+{
+    {
+        CalibrateTwoCameraIns first;
+        first.SetWorkAreaSize(1600, 1000);
+    }
+    CalibrateTwoCameraIns second;
+    EXPECT_EQ(g_calibGlobalParam.nWorkAreaWidth, 1600);
+    EXPECT_EQ(second.SetReservedSize(1, 2), 0);
+    EXPECT_EQ(g_calibGlobalParam.nWorkAreaHeight, 1000);
     g_calibGlobalParam = CalibGlobalParam();
 }
 
@@ -53,5 +74,11 @@ TEST(InstanceTest, OpeningsSayThatThereIsNoWindow)
     EXPECT_EQ(instance.ShowCalibrationWizard(nullptr), 0);
     EXPECT_EQ(instance.ShowCoordinateWizard(nullptr), 0);
     EXPECT_EQ(instance.ShowFusionWizard(nullptr), 0);
-    EXPECT_EQ(Doubles::The().logLines.size(), 3U);
+    ASSERT_EQ(Doubles::The().logLines.size(), 3U);
+    for (const auto& [nLine, pOperation] :
+         {std::pair{0U, "ShowCalibrationWizard"}, {1U, "ShowCoordinateWizard"}, {2U, "ShowFusionWizard"}}) {
+        EXPECT_EQ(Doubles::The().logLines[nLine].second,
+                  std::string("CalibrateTwoCameraIns::") + pOperation + ", There is no wizard window yet.");
+    }
+    EXPECT_TRUE(Doubles::The().journal.empty());
 }

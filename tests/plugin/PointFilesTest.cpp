@@ -7,6 +7,8 @@
 
 #include <QFile>
 
+#include <sys/stat.h>
+
 class PointFiles : public testing::Test
 {
 protected:
@@ -64,8 +66,10 @@ TEST_F(PointFiles, EmptyFilesGiveEmptyVectors)
     m_data.WriteFile(m_strLeft, "");
     m_data.WriteFile(m_strRight, "");
     m_vecLeft.resize(4);
+    m_vecRight.resize(4);
     EXPECT_TRUE(Read());
     EXPECT_TRUE(m_vecLeft.empty());
+    EXPECT_TRUE(m_vecRight.empty());
 }
 
 TEST_F(PointFiles, AMissingFileIsToldBySide)
@@ -106,6 +110,48 @@ TEST_F(PointFiles, BinaryEndlessAndHugeFilesAreRefused)
     ASSERT_TRUE(file.resize(17LL * 1024 * 1024));
     EXPECT_FALSE(Read());
     EXPECT_TRUE(m_vecLeft.empty());
+}
+
+TEST_F(PointFiles, APipeInPlaceOfTheFileDoesNotOpen)
+{
+    ASSERT_EQ(mkfifo(m_strLeft.toLocal8Bit().constData(), 0600), 0);
+    EXPECT_FALSE(Read());
+    EXPECT_TRUE(Doubles::The().Logged(3, "Caller::Read: Failed to open the left file!"));
+}
+
+TEST_F(PointFiles, ReadingStopsAtTheFirstLineThatIsCutShort)
+{
+    m_data.WriteFile(m_strLeft, "1 0 0 1 2 0 3 4 0 0 0 0\n2 0 0 1 2 0 3");
+    m_data.WriteFile(m_strRight, "1 0 0 1 2 0 3 4 0 0 0 0\n");
+    EXPECT_FALSE(Read());
+    EXPECT_EQ(m_vecLeft.size(), 1U);
+    EXPECT_TRUE(m_vecRight.empty());
+    EXPECT_TRUE(Doubles::The().Logged(3, "Caller::Read: Error parsing line in left file: 2 0 0 1 2 0 3"));
+}
+
+TEST_F(PointFiles, EveryFieldComesBackInItsPlace)
+{
+    m_data.WriteFile(m_strLeft, "1 2 3 4.5 5.5 6.5 7.5 8.5 9.5 10.5 11.5 12.5\r\n");
+    m_data.WriteFile(m_strRight, "");
+    ASSERT_TRUE(Read());
+    ASSERT_EQ(m_vecLeft.size(), 1U);
+    const CalibrationPoint& point = m_vecLeft[0];
+    EXPECT_EQ(point.nId, 1);
+    EXPECT_EQ(point.nRow, 2);
+    EXPECT_EQ(point.nCol, 3);
+    EXPECT_EQ(point.fWorldX, 4.5f);
+    EXPECT_EQ(point.fWorldY, 5.5f);
+    EXPECT_EQ(point.fWorldZ, 6.5f);
+    EXPECT_EQ(point.fImageX, 7.5f);
+    EXPECT_EQ(point.fImageY, 8.5f);
+    EXPECT_EQ(point.dValue0, 9.5);
+    EXPECT_EQ(point.dValue1, 10.5);
+    EXPECT_EQ(point.dValue2, 11.5);
+    EXPECT_EQ(point.dValue3, 12.5);
+    ASSERT_TRUE(WritePointFile(m_strRight, m_vecLeft, "Caller::Save"));
+    QFile file(m_strRight);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), QByteArray("1 2 3 4.5 5.5 6.5 7.5 8.5 9.5 10.5 11.5 12.5\n"));
 }
 
 TEST_F(PointFiles, AFolderThatIsNotThereIsToldWhenWriting)
