@@ -12,9 +12,9 @@ int ReadStitchAutoCalibration(const QString& strRoot)
                       strRoot + strResultFolder + "AutoDualCalibrate_stitch.xml");
 }
 
-void LogException(const char* pOperation, const std::exception& exception)
+void LogException(const char* pOperation, const char* pWhat)
 {
-    ILog_WriteLogF(3, "%s: %s", pOperation, exception.what());
+    ILog_WriteLogF(3, "%s: %s", pOperation, pWhat);
 }
 
 } // namespace Pipeline

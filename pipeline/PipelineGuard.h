@@ -22,17 +22,19 @@ inline const QString strCameraParamSection = QStringLiteral("CAMERA_PARAM");
 int ReadStitchAutoCalibration(const QString& strRoot);
 
 /// One log line, level 3, for what `pOperation` caught.
-void LogException(const char* pOperation, const std::exception& exception);
+void LogException(const char* pOperation, const char* pWhat);
 
-/// Runs `body`; what it throws is logged and becomes `nFailure`.
+/// Runs `body`; whatever it throws, a user's own module included, is logged and becomes `nFailure`.
 template <typename Body> int Guarded(const char* pOperation, int nFailure, Body&& body)
 {
     try {
         return body();
     } catch (const std::exception& exception) {
-        LogException(pOperation, exception);
-        return nFailure;
+        LogException(pOperation, exception.what());
+    } catch (...) {
+        LogException(pOperation, "something that is no std::exception was thrown");
     }
+    return nFailure;
 }
 
 } // namespace Pipeline

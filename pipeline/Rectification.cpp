@@ -39,7 +39,10 @@ std::size_t PictureBytes(long nWidth, long nHeight, int nBits)
 void WriteAndReadBack(const cv::Mat& picture, const QString& strFile, unsigned char*& pPixels, long& nWidth,
                       long& nHeight, int& nBits, ScratchBuffer& greyBuffer)
 {
-    cv::imwrite(strFile.toStdString(), picture);
+    if (!cv::imwrite(strFile.toStdString(), picture)) {
+        // What is read below may then be the picture of an earlier call; the answer stays, so the log tells it.
+        ILog_WriteLogF(3, "%s: %s cannot be written", g_pCalibImage, QStringToUtf8(strFile).constData());
+    }
     if (!Read_Image(pPixels, nWidth, nHeight, nBits, strFile.toLocal8Bit().constData())) {
         return;
     }

@@ -59,6 +59,12 @@ bool Call(const std::string& strName, const std::string& strArguments)
     if (state.throwFrom.count(strName) != 0) {
         throw cv::Exception(-1, state.throwFrom[strName], strName, "double", 0);
     }
+    if (state.strThrowInt == strName) {
+        throw 7;
+    }
+    if (state.failAt.count(strName) != 0 && state.Count(strName) == state.failAt[strName]) {
+        return false;
+    }
     return state.answers.count(strName) == 0 || state.answers[strName];
 }
 
@@ -135,9 +141,11 @@ bool Save_Image(unsigned char* pixels, long width, long height, int bits, const 
     return cv::imwrite(file, cv::Mat(static_cast<int>(height), static_cast<int>(width), CV_8UC(bits / 8), pixels));
 }
 
-void ConvertRGBToGray(unsigned char*, long, long, int bits, unsigned char*)
+// Writes all that the real one writes, so that a buffer which is too small shows itself under the sanitizers.
+void ConvertRGBToGray(unsigned char*, long width, long height, int bits, unsigned char* dst)
 {
     Call("ConvertRGBToGray", std::to_string(bits));
+    std::memset(dst, 99, static_cast<std::size_t>(width * height));
 }
 
 bool LoadCalibrationParam(const char* file, FishEyeCalibrationParam& param)
@@ -148,8 +156,12 @@ bool LoadCalibrationParam(const char* file, FishEyeCalibrationParam& param)
 }
 
 bool SingleCamCorrected(unsigned char*, long srcWidth, long srcHeight, int bits, FishEyeCalibrationParam param,
-                        unsigned char*, long dstWidth, long dstHeight, unsigned char* mask)
+                        unsigned char* dst, long dstWidth, long dstHeight, unsigned char* mask)
 {
+    Doubles::The().bCorrectedNull = dst == nullptr;
+    if (dst) {
+        std::memset(dst, 88, static_cast<std::size_t>(dstWidth * dstHeight) * static_cast<std::size_t>(bits) / 8);
+    }
     return Call("SingleCamCorrected",
                 std::to_string(srcWidth) + "x" + std::to_string(srcHeight) + " " + std::to_string(bits) + " record " +
                     std::to_string(static_cast<int>(param.words[0])) + " to " + std::to_string(dstWidth) + "x" +
@@ -213,13 +225,19 @@ bool LoadCameraParameters(const std::string& file, cv::Mat& cameraMatrix, cv::Ma
 {
     Doubles::The().dLoadError = error;
     const bool bOk = Call("LoadCameraParameters", Folder(file));
-    cameraMatrix = Doubles::The().camera;
-    distortion = Doubles::The().distortion;
+    if (bOk) {
+        const double dSide = BaseName(file)[6] == 'L' ? 1.0 : 2.0;
+        cameraMatrix = cv::Mat(1, 1, CV_64F, cv::Scalar(10.0 * dSide));
+        distortion = cv::Mat(1, 1, CV_64F, cv::Scalar(dSide));
+    }
     return bOk;
 }
 
-bool UnDistortedImage(const cv::Mat& src, cv::Mat&, cv::Mat&, const double& a, const double& b, cv::Mat& dst)
+bool UnDistortedImage(const cv::Mat& src, cv::Mat& cameraMatrix, cv::Mat& distortion, const double& a, const double& b,
+                      cv::Mat& dst)
 {
+    Doubles::The().undistortWith.push_back(cameraMatrix.at<double>(0, 0));
+    Doubles::The().undistortWith.push_back(distortion.at<double>(0, 0));
     Doubles::The().dScaleA = a;
     Doubles::The().dScaleB = b;
     const bool bOk = Call("UnDistortedImage", "");

@@ -23,13 +23,15 @@ struct State {
     std::vector<std::pair<int, std::string>> logLines; ///< level and text
     QString strTheme = "Quillboost";
     std::map<std::string, bool> answers;          ///< by operation; true where none is set
+    std::map<std::string, int> failAt;            ///< operation to the ordinal, from 1, of the one call that fails
     std::map<std::string, std::string> throwFrom; ///< operation to the message of a cv::Exception
+    std::string strThrowInt;                      ///< the operation that throws what is no std::exception
 
     int nReadBits = 0; ///< overrides the depth that Read_Image reports, where not 0
     bool bBlendEmpty = false;
-    cv::Mat camera, distortion, homography; ///< what the loaders give
-    float fPairX = 0.0f, fPairY = 0.0f;     ///< added by the pair's conversions
-    bool bMirrorPair = false;               ///< the pair's x runs backward
+    cv::Mat homography;                 ///< what LoadHomography gives
+    float fPairX = 0.0f, fPairY = 0.0f; ///< added by the pair's conversions
+    bool bMirrorPair = false;           ///< the pair's x runs backward
     std::size_t nStitchPoints = 0;
     int nStitchBits = 0;
     long nStitchWidth = 0, nStitchHeight = 0;
@@ -37,6 +39,8 @@ struct State {
     bool bStitchBufferZero = false;      ///< the whole buffer came in zeroed
     double dScaleA = 0.0, dScaleB = 0.0; ///< of the last UnDistortedImage or blending
     double dLoadError = 0.0;             ///< as it came in
+    std::vector<double> undistortWith;   ///< camera(0, 0) and distortion(0, 0) of each UnDistortedImage, in turn
+    bool bCorrectedNull = false;         ///< SingleCamCorrected got no buffer
     double dBlendScore = 0.0;            ///< as it came in
     double dExpansionScale = 0.0;
 

@@ -1,5 +1,6 @@
 #include "PipelineFixture.h"
 
+#include <QDir>
 #include <QFile>
 
 #include <tuple>
@@ -26,7 +27,44 @@ TEST_F(Rectification, TheAutomaticRoadMakesItsCallsInOrderAndReturnsNoPictures)
         "LoadCalibrationParam(L_AutoDualCalibrate.xml)",    "SingleCamCorrected(30x20 24 record 1 to 60x40)",
         "LoadCalibrationParam(R_AutoDualCalibrate.xml)",    "SingleCamCorrected(30x20 24 record 2 to 60x40)"};
     EXPECT_EQ(Doubles::The().journal, expected);
+    EXPECT_FALSE(Doubles::The().bCorrectedNull);
     EXPECT_FALSE(QFile::exists(m_data.CameraTwo("SingleCamAfterCailbrate_Temp.bmp")));
+    EXPECT_TRUE(Doubles::The().logLines.empty());
+}
+
+TEST_F(Rectification, TheAutomaticRoadLeavesTheTargetsAlone)
+{
+    SetFlow(1);
+    m_matLeftOut = cv::Mat(2, 3, CV_8UC1, cv::Scalar(4));
+    m_matRightOut = cv::Mat(5, 6, CV_8UC1, cv::Scalar(7));
+    const unsigned char* pLeft = m_matLeftOut.data;
+    const unsigned char* pRight = m_matRightOut.data;
+    ASSERT_EQ(Calib(true), 0);
+    EXPECT_EQ(m_matLeftOut.data, pLeft);
+    EXPECT_EQ(m_matRightOut.data, pRight);
+    EXPECT_EQ(m_matLeftOut.size(), cv::Size(3, 2));
+}
+
+TEST_F(Rectification, AnyValueOfTheFlagButNoneIsAutomatic)
+{
+    for (const int nFlag : {1, 2, -1}) {
+        SetFlow(nFlag);
+        EXPECT_EQ(Calib(), 0) << nFlag;
+    }
+    SetFlow(0);
+    EXPECT_EQ(Calib(), -1);
+}
+
+TEST_F(Rectification, AScratchPictureThatCannotBeWrittenIsNamedInTheLog)
+{
+    SetFlow(1);
+    ASSERT_TRUE(QDir().mkpath(m_data.CameraTwo("DualCamBeforeCalibrate_LeftTemp.bmp")));
+    Doubles::The().failAt["Read_Image"] = 1;
+    Calib();
+    ASSERT_FALSE(Doubles::The().logLines.empty());
+    EXPECT_EQ(Doubles::The().logLines[0].first, 3);
+    EXPECT_NE(Doubles::The().logLines[0].second.find("DualCamBeforeCalibrate_LeftTemp.bmp cannot be written"),
+              std::string::npos);
 }
 
 TEST_F(Rectification, BothAreRectifiedIntoTheDoubledSizeOfTheLeftPicture)
@@ -81,6 +119,11 @@ TEST_F(Rectification, AThrowingModuleIsLoggedAndFails)
     Doubles::The().throwFrom["SingleCamCorrected"] = "boom";
     EXPECT_EQ(Calib(), -1);
     EXPECT_EQ(Doubles::The().logLines.size(), 1U);
+    // A user's own module may throw anything.
+    Doubles::The().throwFrom.clear();
+    Doubles::The().strThrowInt = "SingleCamCorrected";
+    EXPECT_EQ(Calib(), -1);
+    EXPECT_EQ(Doubles::The().logLines.size(), 2U);
 }
 
 TEST_F(Rectification, PicturesOfAnyKindDoNotCrash)
@@ -145,6 +188,73 @@ TEST_F(Rectification, AFailedLoadIsTriedAgain)
     Doubles::The().answers["LoadCameraParameters"] = true;
     EXPECT_EQ(Calib(), 0);
     EXPECT_TRUE(Doubles::The().Logged(0, "Current WorkAreaWidth 1300,900"));
+}
+
+TEST_F(Rectification, OnlyTheCameraWhoseLoadFailedIsLoadedAgain)
+{
+    WriteMaps("Result");
+    Doubles::The().failAt["LoadCameraParameters"] = 2;
+    EXPECT_EQ(Calib(), -1);
+    EXPECT_EQ(Doubles::The().Count("UnDistortedImage"), 0);
+    EXPECT_EQ(Calib(), 0);
+    ASSERT_EQ(Doubles::The().Count("LoadCameraParameters"), 3);
+    EXPECT_EQ(Doubles::The().journal[2], "LoadCameraParameters(Result/cameraR_calibrateMap.xml)");
+    EXPECT_TRUE(m_matRightOut.data && m_matLeftOut.data);
+}
+
+TEST_F(Rectification, EachPictureIsRectifiedWithItsOwnCamera)
+{
+    WriteMaps("Result");
+    m_matRight = cv::Mat(10, 12, CV_8UC3, cv::Scalar(1, 2, 3));
+    ASSERT_EQ(Calib(), 0);
+    EXPECT_EQ(Doubles::The().undistortWith, (std::vector<double>{10.0, 1.0, 20.0, 2.0}));
+    EXPECT_EQ(m_matLeftOut.size(), cv::Size(30, 20));
+    EXPECT_EQ(m_matRightOut.size(), cv::Size(12, 10));
+}
+
+TEST_F(Rectification, ARightPictureThatFailsLeavesTheLeftOneFilled)
+{
+    WriteMaps("Result");
+    Doubles::The().failAt["UnDistortedImage"] = 2;
+    EXPECT_EQ(Calib(), -1);
+    EXPECT_FALSE(m_matLeftOut.empty());
+    EXPECT_TRUE(m_matRightOut.empty());
+    EXPECT_EQ(Doubles::The().logLines.size(), 1U) << "only the size of the work area";
+}
+
+TEST_F(Rectification, OneMissingMapIsEnoughToFail)
+{
+    Touch("Result/cameraL_calibrateMap.xml");
+    EXPECT_EQ(Calib(), -1);
+    QFile::remove(m_data.CameraTwo("Result/cameraL_calibrateMap.xml"));
+    Touch("Result/cameraR_calibrateMap.xml");
+    EXPECT_EQ(Calib(), -1);
+    EXPECT_TRUE(Doubles::The().journal.empty());
+    EXPECT_TRUE(Doubles::The().logLines.empty());
+}
+
+TEST_F(Rectification, DamagedSettingsMeanTheManualFlowAndTheLargeMachine)
+{
+    WriteMaps("Result");
+    QByteArray binary(3000, '\0');
+    for (int i = 0; i < binary.size(); ++i) {
+        binary[i] = static_cast<char>((i * 131 + 7) & 0xff);
+    }
+    const QByteArray huge(17 * 1024 * 1024, '[');
+    for (const QByteArray& content : {QByteArray(), QByteArray("[CAMERA_PA"), QByteArray("[CAMERA_PARAM]\nAUTO_CALIB"),
+                                      QByteArray("[CAMERA_PARAM]\nAUTO_CALIBRATION=yes\n"), binary, huge}) {
+        m_data.WriteFile(m_data.CameraTwo("Result/LeftCameraParam.ini"), content);
+        EXPECT_EQ(Calib(), 0) << content.left(40).constData();
+        EXPECT_EQ(Doubles::The().Count("Read_Image"), 0) << content.left(40).constData();
+    }
+    QFile::remove(m_data.CameraTwo("Result/LeftCameraParam.ini"));
+    for (const QByteArray& content :
+         {QByteArray(), QByteArray("[CANVAS_SI"), QByteArray("[CANVAS_SIZE]\nWID"), binary, huge}) {
+        m_data.WriteFile(m_data.Root() + "/Data/CameraSetting.ini", content);
+        EXPECT_EQ(Calib(), 0);
+        EXPECT_EQ(Doubles::The().dScaleA, static_cast<double>(0.7f)) << content.left(40).constData();
+        EXPECT_EQ(Doubles::The().dScaleB, static_cast<double>(0.6f)) << content.left(40).constData();
+    }
 }
 
 TEST_F(Rectification, AFailedRectificationFails)
