@@ -47,6 +47,8 @@ struct WarpTarget {
     int nWidth = 0;
     int nHeight = 0;
     unsigned char* pMask = nullptr; ///< null, or a byte per pixel: 255 where a source is seen
+
+    std::size_t Stride(std::size_t nChannels) const { return static_cast<std::size_t>(nWidth) * nChannels; }
 };
 
 /// Half the width of the feather in angle: both sources blend where their angles differ by less.
@@ -60,7 +62,11 @@ double ShareOfFirst(const PictureView& first, const SourcePlace& firstPlace, con
 /// A place that bilinear sampling can serve.
 bool IsInside(const PictureView& source, const SourcePlace& place);
 
+/// Which inner loops paint. Both give the same bits; the plain ones are for processors without the others.
+enum class WarpLoops { Fastest, Plain };
+
 /// Paints the whole target; pixels that no source sees become 0. `pSecond` is null for a single source.
-void PaintWarp(const WarpTarget& target, const WarpLayer& first, const WarpLayer* pSecond);
+void PaintWarp(const WarpTarget& target, const WarpLayer& first, const WarpLayer* pSecond,
+               WarpLoops loops = WarpLoops::Fastest);
 
 } // namespace Fisheye
