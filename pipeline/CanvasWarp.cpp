@@ -13,7 +13,6 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
-#include <limits>
 
 namespace
 {
@@ -23,6 +22,17 @@ int TruncateToInt(double dValue)
 {
     constexpr double dLimit = 1.0e9;
     return std::isfinite(dValue) ? static_cast<int>(std::clamp(dValue, -dLimit, dLimit)) : 0;
+}
+
+/// False where no memory could hold the picture. Sizes of 0 and below are left to OpenCV, which then takes the source's
+/// size.
+bool IsCanvasSize(int nWidthMm, int nHeightMm)
+{
+    constexpr std::int64_t nMaxSidePx = 65500;
+    constexpr std::int64_t nMaxPixels = std::int64_t{1} << 29;
+    const std::int64_t nWidth = std::int64_t{nWidthMm} * Pipeline::nPixelsPerMm;
+    const std::int64_t nHeight = std::int64_t{nHeightMm} * Pipeline::nPixelsPerMm;
+    return std::abs(nWidth) <= nMaxSidePx && std::abs(nHeight) <= nMaxSidePx && nWidth * nHeight <= nMaxPixels;
 }
 
 } // namespace
@@ -52,8 +62,9 @@ int CalibrateTwoCameraIns::WarpImageManual(const cv::Mat& src, int nWidth, int n
         }
         m_bPix2MmLoaded = true;
     }
-    constexpr int nMaxMm = std::numeric_limits<int>::max() / Pipeline::nPixelsPerMm;
-    if (std::abs(std::int64_t{nWidth}) > nMaxMm || std::abs(std::int64_t{nHeight}) > nMaxMm) {
+    if (!IsCanvasSize(nWidth, nHeight)) {
+        ILog_WriteLogF(3, "CalibrateTwoCameraIns::WarpImage: no machine has a work area of %d x %d mm", nWidth,
+                       nHeight);
         return -1;
     }
     const cv::Mat canvasFromFused =

@@ -53,6 +53,17 @@ bool StitchedBytes(const StitchedSize& size, int nBits, std::size_t& nBytes)
     return nBytes <= g_nMaxStitchedBytes;
 }
 
+/// Makes the picture of an earlier call unreadable, so that it is never taken for one that could not be written. In
+/// place: to remove or truncate it costs more than to write it anew. False where it stays.
+bool WipePicture(const QString& strFile)
+{
+    QFile file(strFile);
+    if (!file.exists()) {
+        return true;
+    }
+    return (file.open(QIODevice::ReadWrite) && file.write(QByteArray(2, '\0')) == 2 && file.flush()) || file.remove();
+}
+
 } // namespace
 
 bool CalibrateTwoCameraIns::GetCalPtsSeqFile(const QString& strLeftFile, const QString& strRightFile,
@@ -139,8 +150,12 @@ int CalibrateTwoCameraIns::FusionImageAutomatic(cv::Mat& dst, const QString& str
     }
 
     const QString strPicture = strRoot + Pipeline::strScratchFolder + "DstImage.bmp";
+    const bool bFresh = WipePicture(strPicture);
     Save_Image(pStitched, size.nWidth, size.nHeight, m_nLeftBits, strPicture.toLocal8Bit().constData());
     // The picture reaches the caller through the file; it may be empty when the file could not be written.
-    dst = cv::imread(strPicture.toStdString(), cv::IMREAD_COLOR);
+    dst = bFresh ? cv::imread(strPicture.toStdString(), cv::IMREAD_COLOR) : cv::Mat();
+    if (dst.empty()) {
+        ILog_WriteLogF(3, "%s: %s holds no stitched picture", g_pFusionImage, QStringToUtf8(strPicture).constData());
+    }
     return 0;
 }

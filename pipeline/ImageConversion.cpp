@@ -32,6 +32,11 @@ const QList<QRgb>& GreyColours()
 
 QImage GreyImage(const cv::Mat& mat)
 {
+    if (mat.empty()) {
+        // Answered before; stays as a guard.
+        ILog_WriteLogF(0, "%s, mat is empty!", g_pMatToQImage);
+        return {};
+    }
     QImage image(mat.cols, mat.rows, QImage::Format_Indexed8);
     image.setColorTable(GreyColours());
     for (int nRow = 0; nRow < mat.rows; ++nRow) {
@@ -42,6 +47,9 @@ QImage GreyImage(const cv::Mat& mat)
         }
         // Row by row, as the strides of both sides may differ.
         std::memcpy(pLine, mat.ptr(nRow), static_cast<std::size_t>(mat.cols));
+    }
+    if (image.isNull()) {
+        ILog_WriteLogF(0, "%s, QImage is empty!", g_pMatToQImage);
     }
     return image;
 }

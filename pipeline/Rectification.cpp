@@ -13,7 +13,7 @@
 
 #include <algorithm>
 #include <cstring>
-#include <new>
+#include <stdexcept>
 
 namespace
 {
@@ -34,18 +34,34 @@ std::size_t PictureBytes(long nWidth, long nHeight, int nBits)
     return nBytes / 8;
 }
 
+/// Throws, with the file's name, what OpenCV throws.
+bool WritePicture(const cv::Mat& picture, const QString& strFile)
+{
+    try {
+        const bool bWritten = cv::imwrite(strFile.toStdString(), picture);
+        if (!bWritten) {
+            ILog_WriteLogF(3, "%s: %s cannot be written", g_pCalibImage, QStringToUtf8(strFile).constData());
+        }
+        return bWritten;
+    } catch (const cv::Exception& exception) {
+        throw std::runtime_error(strFile.toStdString() + " cannot be written: " + exception.what());
+    }
+}
+
 /// The pictures go through files, because the module that reads them is what fills the raw buffers. The grey copy is
 /// made as the calibration makes it and is not kept.
-void WriteAndReadBack(const cv::Mat& picture, const QString& strFile, unsigned char*& pPixels, long& nWidth,
-                      long& nHeight, int& nBits, ScratchBuffer& greyBuffer)
+/// @param pBuffer  what the module handed out last, so that it can use it again
+/// @param pPixels  null where this picture did not come back: the fusion must not meet the one before it
+void WriteAndReadBack(const cv::Mat& picture, const QString& strFile, unsigned char*& pBuffer, unsigned char*& pPixels,
+                      long& nWidth, long& nHeight, int& nBits, ScratchBuffer& greyBuffer)
 {
-    if (!cv::imwrite(strFile.toStdString(), picture)) {
-        // What is read below may then be the picture of an earlier call; the answer stays, so the log tells it.
-        ILog_WriteLogF(3, "%s: %s cannot be written", g_pCalibImage, QStringToUtf8(strFile).constData());
-    }
-    if (!Read_Image(pPixels, nWidth, nHeight, nBits, strFile.toLocal8Bit().constData())) {
+    pPixels = nullptr;
+    const bool bWritten = WritePicture(picture, strFile);
+    const bool bRead = Read_Image(pBuffer, nWidth, nHeight, nBits, strFile.toLocal8Bit().constData());
+    if (!bRead || !bWritten) {
         return;
     }
+    pPixels = pBuffer;
     const std::size_t nGreyBytes = PictureBytes(nWidth, nHeight, 8);
     unsigned char* pGrey = greyBuffer.Reserve(nGreyBytes);
     if (!pGrey || !pPixels) {
@@ -93,16 +109,18 @@ int CalibrateTwoCameraIns::CalibImage(const cv::Mat& left, const cv::Mat& right,
 int CalibrateTwoCameraIns::CalibImageAutomatic(const cv::Mat& left, const cv::Mat& right, const QString& strRoot)
 {
     const QString strScratch = strRoot + Pipeline::strScratchFolder;
-    WriteAndReadBack(left, strScratch + "DualCamBeforeCalibrate_LeftTemp.bmp", m_pLeftPixels, m_nLeftWidth,
-                     m_nLeftHeight, m_nLeftBits, m_greyBuffer);
-    WriteAndReadBack(right, strScratch + "DualCamBeforeCalibrate_RightTemp.bmp", m_pRightPixels, m_nRightWidth,
-                     m_nRightHeight, m_nRightBits, m_greyBuffer);
+    WriteAndReadBack(left, strScratch + "DualCamBeforeCalibrate_LeftTemp.bmp", m_pLeftBuffer, m_pLeftPixels,
+                     m_nLeftWidth, m_nLeftHeight, m_nLeftBits, m_greyBuffer);
+    WriteAndReadBack(right, strScratch + "DualCamBeforeCalibrate_RightTemp.bmp", m_pRightBuffer, m_pRightPixels,
+                     m_nRightWidth, m_nRightHeight, m_nRightBits, m_greyBuffer);
     if (m_nLeftBits != m_nRightBits) {
         ILog_WriteLogF(1, "%s, The depth of the left and right images is inconsistent. !", g_pCalibImage);
         return -1;
     }
 
     const QString strResult = strRoot + Pipeline::strResultFolder;
+    // A record that cannot be read must not leave the one before it in use.
+    m_leftFishEyeParam = {};
     LoadCalibrationParam((strResult + "L_AutoDualCalibrate.xml").toLocal8Bit().constData(), m_leftFishEyeParam);
     // Both cameras are rectified into the doubled size of the left picture; this is meant, as is dropping the result.
     const long nWidth = 2L * left.cols;
@@ -110,6 +128,7 @@ int CalibrateTwoCameraIns::CalibImageAutomatic(const cv::Mat& left, const cv::Ma
     unsigned char* pCorrected = m_correctedBuffer.Reserve(PictureBytes(nWidth, nHeight, m_nLeftBits));
     SingleCamCorrected(m_pLeftPixels, m_nLeftWidth, m_nLeftHeight, m_nLeftBits, m_leftFishEyeParam, pCorrected, nWidth,
                        nHeight, nullptr);
+    m_rightFishEyeParam = {};
     LoadCalibrationParam((strResult + "R_AutoDualCalibrate.xml").toLocal8Bit().constData(), m_rightFishEyeParam);
     SingleCamCorrected(m_pRightPixels, m_nRightWidth, m_nRightHeight, m_nRightBits, m_rightFishEyeParam, pCorrected,
                        nWidth, nHeight, nullptr);

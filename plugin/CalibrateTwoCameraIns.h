@@ -72,11 +72,11 @@ private:
     bool m_bPix2MmLoaded = false;
     bool m_bReservedLoaded = false;
     IDeviceHost* m_pDeviceHost = nullptr;
-    unsigned char* m_pLeftPixels = nullptr; ///< owned by the module that read the picture
+    unsigned char* m_pLeftPixels = nullptr; ///< null where the last picture could not be read
     long m_nLeftWidth = 0;
     long m_nLeftHeight = 0;
     int m_nLeftBits = 0;
-    unsigned char* m_pRightPixels = nullptr; ///< owned by the module that read the picture
+    unsigned char* m_pRightPixels = nullptr; ///< null where the last picture could not be read
     long m_nRightWidth = 0;
     long m_nRightHeight = 0;
     int m_nRightBits = 0;
@@ -85,6 +85,8 @@ private:
     FishEyeCalibrationParam m_leftFishEyeParam;
     FishEyeCalibrationParam m_rightFishEyeParam;
 
+    unsigned char* m_pLeftBuffer = nullptr;  ///< owned by the module that read the picture
+    unsigned char* m_pRightBuffer = nullptr; ///< owned by the module that read the picture
     ScratchBuffer m_greyBuffer;
     ScratchBuffer m_correctedBuffer;
     ScratchBuffer m_stitchedBuffer;

@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <cstring>
 #include <mutex>
+#include <numeric>
 
 namespace Doubles
 {
@@ -122,6 +123,9 @@ bool Read_Image(unsigned char*& pixels, long& width, long& height, int& bits, co
         return false;
     }
     const cv::Mat picture = cv::imread(file, cv::IMREAD_UNCHANGED);
+    if (picture.empty()) {
+        return false;
+    }
     // Kept to the end of the process, as the contract lets the module do.
     static std::vector<cv::Mat> kept;
     kept.push_back(picture);
@@ -151,7 +155,9 @@ void ConvertRGBToGray(unsigned char*, long width, long height, int bits, unsigne
 bool LoadCalibrationParam(const char* file, FishEyeCalibrationParam& param)
 {
     const bool bOk = Call("LoadCalibrationParam", BaseName(file));
-    param.words[0] = BaseName(file)[0] == 'L' ? 1.0 : 2.0;
+    if (bOk) {
+        param.words[0] = BaseName(file)[0] == 'L' ? 1.0 : 2.0;
+    }
     return bOk;
 }
 
@@ -168,18 +174,28 @@ bool SingleCamCorrected(unsigned char*, long srcWidth, long srcHeight, int bits,
                     std::to_string(dstHeight) + (mask ? " mask" : ""));
 }
 
-bool FishEyeImageStitching(unsigned char* leftData, long, long, int, FishEyeCalibrationParam,
-                           std::vector<CalibrationPoint> leftPoints, unsigned char*, long, long, int,
-                           FishEyeCalibrationParam, std::vector<CalibrationPoint>, unsigned char* out, long outWidth,
-                           long outHeight, int outBits, DualFishEyeCalibrationParam&)
+bool FishEyeImageStitching(unsigned char* leftData, long leftWidth, long leftHeight, int leftBits,
+                           FishEyeCalibrationParam leftParam, std::vector<CalibrationPoint> leftPoints,
+                           unsigned char* rightData, long rightWidth, long rightHeight, int rightBits,
+                           FishEyeCalibrationParam rightParam, std::vector<CalibrationPoint> rightPoints,
+                           unsigned char* out, long outWidth, long outHeight, int outBits, DualFishEyeCalibrationParam&)
 {
     Doubles::State& state = Doubles::The();
-    state.nStitchPoints = leftPoints.size();
-    state.nStitchBits = outBits;
-    state.nStitchWidth = outWidth;
-    state.nStitchHeight = outHeight;
-    state.bStitchNullLeft = leftData == nullptr;
-    const bool bOk = Call("FishEyeImageStitching", "");
+    const auto side = [](const unsigned char* pData, long width, long height, int bits,
+                         const FishEyeCalibrationParam& param, const std::vector<CalibrationPoint>& points) {
+        return (pData ? "first byte " + std::to_string(pData[0]) : std::string("null")) + " " + std::to_string(width) +
+               "x" + std::to_string(height) + " " + std::to_string(bits) + " record " +
+               std::to_string(static_cast<int>(param.words[0])) + " ids " +
+               std::accumulate(points.begin(), points.end(), std::string(),
+                               [](const std::string& strIds, const CalibrationPoint& point) {
+                                   return strIds + std::to_string(point.nId) + ",";
+                               });
+    };
+    const bool bOk =
+        Call("FishEyeImageStitching", side(leftData, leftWidth, leftHeight, leftBits, leftParam, leftPoints) + "; " +
+                                          side(rightData, rightWidth, rightHeight, rightBits, rightParam, rightPoints) +
+                                          "; to " + (out ? "" : "null ") + std::to_string(outWidth) + "x" +
+                                          std::to_string(outHeight) + " " + std::to_string(outBits));
     const std::size_t nBytes = static_cast<std::size_t>(outWidth * outHeight * outBits / 8);
     if (out && nBytes > 0) {
         state.bStitchBufferZero = std::all_of(out, out + nBytes, [](unsigned char n) { return n == 0; });

@@ -29,13 +29,9 @@ struct State {
 
     int nReadBits = 0; ///< overrides the depth that Read_Image reports, where not 0
     bool bBlendEmpty = false;
-    cv::Mat homography;                 ///< what LoadHomography gives
-    float fPairX = 0.0f, fPairY = 0.0f; ///< added by the pair's conversions
-    bool bMirrorPair = false;           ///< the pair's x runs backward
-    std::size_t nStitchPoints = 0;
-    int nStitchBits = 0;
-    long nStitchWidth = 0, nStitchHeight = 0;
-    bool bStitchNullLeft = false;
+    cv::Mat homography;                  ///< what LoadHomography gives
+    float fPairX = 0.0f, fPairY = 0.0f;  ///< added by the pair's conversions
+    bool bMirrorPair = false;            ///< the pair's x runs backward
     bool bStitchBufferZero = false;      ///< the whole buffer came in zeroed
     double dScaleA = 0.0, dScaleB = 0.0; ///< of the last UnDistortedImage or blending
     double dLoadError = 0.0;             ///< as it came in

@@ -1,6 +1,11 @@
 #include "PipelineFixture.h"
 
+#include <opencv2/imgproc.hpp>
+
 #include <QFile>
+
+#include <limits>
+#include <utility>
 
 class CanvasWarp : public PipelineFixture
 {
@@ -111,9 +116,108 @@ TEST_F(CanvasWarp, MalformedMatricesAndSizesAreLoggedAndFail)
     Doubles::The().homography = cv::Mat::eye(2, 2, CV_64F);
     EXPECT_EQ(Warp(10, 5), -1);
     EXPECT_EQ(Doubles::The().logLines.back().first, 3);
-    Doubles::The().homography = cv::Mat();
-    EXPECT_EQ(Warp(2000000000, 2000000000), -1);
-    EXPECT_EQ(Warp(-3, 5), -1);
+}
+
+TEST_F(CanvasWarp, AWorkAreaThatNoMachineHasFails)
+{
+    Touch("Result/DualCamera_pix2mm.xml");
+    for (const auto& [nWidth, nHeight] : {std::pair(2000000000, 2000000000), std::pair(20000, 5), std::pair(5, -20000),
+                                          std::pair(10000, 10000), std::pair(-2147483647 - 1, 5)}) {
+        Doubles::The().logLines.clear();
+        EXPECT_EQ(Warp(nWidth, nHeight), -1) << nWidth << " x " << nHeight;
+        EXPECT_TRUE(m_matDst.empty());
+        ASSERT_EQ(Doubles::The().logLines.size(), 1U);
+        EXPECT_EQ(Doubles::The().logLines[0].first, 3);
+    }
+    ASSERT_EQ(Warp(1300, 900), 0);
+    EXPECT_EQ(m_matDst.size(), cv::Size(7800, 5400));
+}
+
+TEST_F(CanvasWarp, ASizeOfNothingIsPassedOnAndGivesTheSizeOfTheSource)
+{
+    Touch("Result/DualCamera_pix2mm.xml");
+    for (const auto& [nWidth, nHeight] : {std::pair(0, 5), std::pair(10, 0), std::pair(0, 0), std::pair(-3, 5)}) {
+        m_matDst = cv::Mat();
+        EXPECT_EQ(Warp(nWidth, nHeight), 0) << nWidth << " x " << nHeight;
+        EXPECT_EQ(m_matDst.size(), m_matSrc.size());
+        EXPECT_EQ(m_matDst.at<cv::Vec3b>(10, 20), cv::Vec3b(10, 5, 7));
+    }
+}
+
+TEST_F(CanvasWarp, TheManualRoadSamplesWithLanczos)
+{
+    Touch("Result/DualCamera_pix2mm.xml");
+    Doubles::The().homography = (cv::Mat_<double>(3, 3) << 1.3, 0.1, -2.5, -0.05, 1.2, 1.7, 1e-4, 0, 1);
+    cv::theRNG().state = 5;
+    cv::randu(m_matSrc, 0, 255);
+    ASSERT_EQ(Warp(10, 5), 0);
+    cv::Mat expected;
+    cv::warpPerspective(m_matSrc, expected, Doubles::The().homography, cv::Size(60, 30), cv::INTER_LANCZOS4);
+    EXPECT_EQ(cv::norm(m_matDst, expected, cv::NORM_INF), 0.0);
+}
+
+TEST_F(CanvasWarp, WhatTheHomographyDoesNotReachIsBlack)
+{
+    Touch("Result/DualCamera_pix2mm.xml");
+    Doubles::The().homography = (cv::Mat_<double>(3, 3) << 1, 0, 30, 0, 1, 0, 0, 0, 1);
+    m_matSrc.setTo(cv::Scalar::all(200));
+    ASSERT_EQ(Warp(10, 5), 0);
+    EXPECT_EQ(m_matDst.at<cv::Vec3b>(10, 10), cv::Vec3b(0, 0, 0));
+    EXPECT_EQ(m_matDst.at<cv::Vec3b>(10, 50), cv::Vec3b(200, 200, 200));
+}
+
+namespace
+{
+
+/// Fails `nFailures` times, then answers what the first answer would have been.
+class StubbornInstance : public CalibrateTwoCameraIns
+{
+public:
+    int WorldToPixel(double dX, double dY, double* pX, double* pY, bool) override
+    {
+        ++nAsked;
+        if (nAsked <= nFailures) {
+            return 5;
+        }
+        *pX = 6.0 * dX;
+        *pY = 6.0 * dY;
+        return 0;
+    }
+
+    int nFailures = 0;
+    int nAsked = 0;
+};
+
+} // namespace
+
+TEST_F(CanvasWarp, AFailingConversionIsAskedAgain)
+{
+    SetFlow(1);
+    StubbornInstance instance;
+    instance.nFailures = 2;
+    ASSERT_EQ(instance.WarpImage(m_matSrc, 10, 5, m_matDst), 0);
+    EXPECT_EQ(instance.nAsked, 4);
+    EXPECT_EQ(m_matDst.size(), cv::Size(60, 30));
+}
+
+TEST_F(CanvasWarp, AConversionThatNeverAnswersIsAskedTwentyTimesForEachCorner)
+{
+    SetFlow(1);
+    StubbornInstance instance;
+    instance.nFailures = 1000;
+    EXPECT_EQ(instance.WarpImage(m_matSrc, 10, 5, m_matDst), -1);
+    EXPECT_EQ(instance.nAsked, 40);
+    EXPECT_EQ(m_matDst.size(), m_matSrc.size());
+}
+
+TEST_F(CanvasWarp, PixelsAreTruncatedTowardZero)
+{
+    SetFlow(1);
+    Doubles::The().fPairX = 0.25f;   // 1.5 px
+    Doubles::The().fPairY = -0.125f; // -0.75 px
+    ASSERT_EQ(Warp(10, 5), 0);
+    EXPECT_EQ(m_matDst.size(), cv::Size(60, 30));
+    EXPECT_EQ(m_matDst.at<cv::Vec3b>(0, 0), cv::Vec3b(1, 0, 7));
 }
 
 TEST_F(CanvasWarp, AnEmptyPictureFails)

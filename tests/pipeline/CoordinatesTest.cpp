@@ -65,3 +65,27 @@ TEST_F(Coordinates, ANewCalibrationTakesEffectAtTheNextPoint)
     Doubles::The().fPairX = 1.0f;
     EXPECT_EQ(ToWorld(6, 6), cv::Point2d(0, 1));
 }
+
+TEST_F(Coordinates, TheReservedArgumentIsNotRead)
+{
+    for (const int nAuto : {0, 1}) {
+        SetFlow(nAuto);
+        cv::Point2d a, b;
+        EXPECT_EQ(m_instance.PixelToWorld(7, 9, &a.x, &a.y, false), 0);
+        EXPECT_EQ(m_instance.PixelToWorld(7, 9, &b.x, &b.y, true), 0);
+        EXPECT_EQ(a, b);
+        EXPECT_EQ(m_instance.WorldToPixel(7, 9, &a.x, &a.y, false), 0);
+        EXPECT_EQ(m_instance.WorldToPixel(7, 9, &b.x, &b.y, true), 0);
+        EXPECT_EQ(a, b);
+    }
+}
+
+TEST_F(Coordinates, TheAutomaticFlowNarrowsToFloat)
+{
+    SetFlow(1);
+    const double dFine = 100.000001;
+    ASSERT_NE(dFine, static_cast<double>(static_cast<float>(dFine)));
+    EXPECT_EQ(ToPixel(dFine, 0).x, 600.0);
+    SetFlow(0);
+    EXPECT_EQ(ToPixel(dFine, 0).x, dFine * 6);
+}

@@ -1,7 +1,9 @@
 #include "PipelineFixture.h"
 
+#include <QDir>
 #include <QFile>
 
+#include <algorithm>
 #include <tuple>
 
 class Fusion : public PipelineFixture
@@ -14,6 +16,16 @@ protected:
     }
 
     int Fuse(bool bUseOutput = false) { return m_instance.FusionImage(m_matLeft, m_matRight, m_matDst, bUseOutput); }
+
+    /// The journal's line of the last call.
+    static std::string LastStitching()
+    {
+        const auto& journal = Doubles::The().journal;
+        const auto it = std::find_if(journal.rbegin(), journal.rend(), [](const std::string& strLine) {
+            return strLine.rfind("FishEyeImageStitching(", 0) == 0;
+        });
+        return it == journal.rend() ? std::string() : *it;
+    }
 
     cv::Mat m_matDst;
 };
@@ -38,9 +50,6 @@ TEST_F(Fusion, TheStitchedPictureArrivesInColourByWayOfItsFile)
     EXPECT_EQ(m_matDst.type(), CV_8UC3);
     EXPECT_EQ(m_matDst.at<cv::Vec3b>(0, 0), cv::Vec3b(77, 77, 77));
     EXPECT_EQ(Doubles::The().journal.back(), "Save_Image(DstImage.bmp 40x25 24)");
-    EXPECT_EQ(Doubles::The().nStitchPoints, 2U);
-    EXPECT_EQ(Doubles::The().nStitchWidth, 40);
-    EXPECT_EQ(Doubles::The().nStitchHeight, 25);
     EXPECT_TRUE(Doubles::The().bStitchBufferZero);
     EXPECT_TRUE(QFile::exists(m_data.CameraTwo("DstImage.bmp")));
 }
@@ -65,7 +74,7 @@ TEST_F(Fusion, TheDepthIsTheLeftPicturesAndTheBufferHoldsBoth)
     ASSERT_EQ(Calib(), 0);
     // A stored depth of 8 with pictures of 24: the double writes all of 24 bits into the buffer.
     ASSERT_EQ(Fuse(), 0);
-    EXPECT_EQ(Doubles::The().nStitchBits, 24);
+    EXPECT_EQ(LastStitching().substr(LastStitching().rfind("to ")), "to 40x25 24)");
 }
 
 TEST_F(Fusion, TwoEmptyPointFilesAreStillStitched)
@@ -76,8 +85,74 @@ TEST_F(Fusion, TwoEmptyPointFilesAreStillStitched)
     EXPECT_EQ(Fuse(), 0);
     EXPECT_EQ(Doubles::The().Count("FishEyeImageStitching"), 1);
     // Without the keys the size is 1 x 1.
-    EXPECT_EQ(Doubles::The().nStitchWidth, 1);
-    EXPECT_EQ(Doubles::The().nStitchHeight, 1);
+    EXPECT_EQ(LastStitching(), "FishEyeImageStitching(first byte 10 30x20 24 record 1 ids ; "
+                               "first byte 40 30x20 24 record 2 ids ; to 1x1 24)");
+}
+
+TEST_F(Fusion, WithoutKeysAndPicturesTheBufferHasNoByte)
+{
+    SetFlow(1);
+    WritePoints("", "");
+    EXPECT_EQ(Fuse(), -1);
+    EXPECT_EQ(LastStitching(),
+              "FishEyeImageStitching(null 0x0 0 record 0 ids ; null 0x0 0 record 0 ids ; to null 1x1 0)");
+}
+
+TEST_F(Fusion, BothSidesReachTheStitchingInTheirOrder)
+{
+    SetFlow(1);
+    SetStitchedSize(40, 25, 24);
+    WritePoints("5 0 0 1 2 0 3 4 0 0 0 0\n6 0 0 1 2 0 3 4 0 0 0 0\n",
+                "7 0 0 1 2 0 3 4 0 0 0 0\n8 0 0 1 2 0 3 4 0 0 0 0\n");
+    m_matRight = cv::Mat(10, 12, CV_8UC3, cv::Scalar(41, 2, 3));
+    ASSERT_EQ(Calib(), 0);
+    ASSERT_EQ(Fuse(), 0);
+    EXPECT_EQ(LastStitching(), "FishEyeImageStitching(first byte 10 30x20 24 record 1 ids 5,6,; "
+                               "first byte 41 12x10 24 record 2 ids 7,8,; to 40x25 24)");
+}
+
+TEST_F(Fusion, APictureThatIsNotReadBackIsNotReplacedByTheOneBefore)
+{
+    SetFlow(1);
+    SetStitchedSize(40, 25, 24);
+    WritePoints("", "");
+    ASSERT_EQ(Calib(), 0);
+    ASSERT_EQ(Fuse(), 0);
+    Doubles::The().answers["Read_Image"] = false;
+    ASSERT_EQ(Calib(), 0);
+    EXPECT_EQ(Fuse(), -1);
+    EXPECT_NE(LastStitching().find("(null"), std::string::npos);
+    EXPECT_NE(LastStitching().find("; null"), std::string::npos);
+    EXPECT_TRUE(Doubles::The().Logged(1, g_refused));
+}
+
+TEST_F(Fusion, APictureThatCannotBeWrittenIsNotReplacedByTheOneBefore)
+{
+    SetFlow(1);
+    SetStitchedSize(40, 25, 24);
+    WritePoints("", "");
+    ASSERT_EQ(Calib(), 0);
+    const QString strTemp = m_data.CameraTwo("DualCamBeforeCalibrate_LeftTemp.bmp");
+    ASSERT_TRUE(QFile::remove(strTemp));
+    ASSERT_TRUE(QDir().mkdir(strTemp));
+    EXPECT_EQ(Calib(), 0);
+    EXPECT_EQ(Doubles::The().logLines.back().first, 3);
+    EXPECT_NE(Doubles::The().logLines.back().second.find("DualCamBeforeCalibrate_LeftTemp.bmp"), std::string::npos);
+    EXPECT_EQ(Fuse(), -1);
+    EXPECT_NE(LastStitching().find("(null"), std::string::npos);
+}
+
+TEST_F(Fusion, ARecordThatCannotBeReadIsNotReplacedByTheOneBefore)
+{
+    SetFlow(1);
+    SetStitchedSize(40, 25, 24);
+    WritePoints("", "");
+    ASSERT_EQ(Calib(), 0);
+    Doubles::The().answers["LoadCalibrationParam"] = false;
+    ASSERT_EQ(Calib(), 0);
+    Fuse();
+    EXPECT_NE(LastStitching().find("24 record 0 ids ; first byte 40 30x20 24 record 0"), std::string::npos)
+        << LastStitching();
 }
 
 TEST_F(Fusion, UnequalPointListsFailWithTheirOwnText)
@@ -116,19 +191,23 @@ TEST_F(Fusion, WithoutPicturesTheStitchingGetsNullPixelsAndFails)
     SetStitchedSize(40, 25, 24);
     WritePoints("", "");
     EXPECT_EQ(Fuse(), -1);
-    EXPECT_TRUE(Doubles::The().bStitchNullLeft);
+    EXPECT_NE(LastStitching().find("(null"), std::string::npos);
     EXPECT_TRUE(Doubles::The().Logged(1, g_refused));
 }
 
-TEST_F(Fusion, AFailedSaveGivesWhatTheFileHolds)
+TEST_F(Fusion, AFailedSaveGivesAnEmptyPictureAndNeverTheOneBefore)
 {
     SetFlow(1);
     SetStitchedSize(40, 25, 24);
     WritePoints("", "");
-    Doubles::The().answers["Save_Image"] = false;
     ASSERT_EQ(Calib(), 0);
+    ASSERT_EQ(Fuse(), 0);
+    ASSERT_FALSE(m_matDst.empty());
+    Doubles::The().answers["Save_Image"] = false;
     EXPECT_EQ(Fuse(), 0);
     EXPECT_TRUE(m_matDst.empty());
+    EXPECT_EQ(Doubles::The().logLines.back().first, 3);
+    EXPECT_NE(Doubles::The().logLines.back().second.find("DstImage.bmp"), std::string::npos);
 }
 
 TEST_F(Fusion, SizesThatNoPictureHasFailWithALineThatNamesTheFile)
@@ -210,6 +289,29 @@ TEST_F(Fusion, AThrowingBlendFails)
     Doubles::The().throwFrom["DoBlendingImageForDualCam"] = "boom";
     EXPECT_EQ(Fuse(), -1);
     EXPECT_EQ(Doubles::The().logLines.back().first, 3);
+}
+
+TEST_F(Fusion, WhatIsThrownAndNoExceptionOfAnyLibraryFailsToo)
+{
+    Touch("Result/mapImgR2L.xml");
+    Doubles::The().strThrowInt = "DoBlendingImageForDualCam";
+    EXPECT_EQ(Fuse(), -1);
+    EXPECT_EQ(Doubles::The().logLines.back().first, 3);
+}
+
+TEST_F(Fusion, SettingsOfTheWrongTypeReadAsTheManualFlowAndAsNoSize)
+{
+    m_data.WriteFile(Stitch(), "[CAMERA_PARAM]\nAUTO_CALIBRATION=yes\n");
+    EXPECT_EQ(Fuse(), -1); // the manual road, and its file is missing
+    EXPECT_TRUE(Doubles::The().journal.empty());
+    for (const QByteArray& value : {QByteArray("wide"), QByteArray("1e9"), QByteArray("40, 50"),
+                                    QByteArray("@Invalid()"), QByteArray("99999999999")}) {
+        m_data.WriteFile(Stitch(), "[CAMERA_PARAM]\nAUTO_CALIBRATION=1\nAUTO_CALIBRATION_OUTPUT_WIDTH=" + value +
+                                       "\nAUTO_CALIBRATION_OUTPUT_HEIGHT=25\n");
+        EXPECT_EQ(Fuse(), -1) << value.constData();
+        EXPECT_EQ(Doubles::The().Count("FishEyeImageStitching"), 0) << value.constData();
+        EXPECT_NE(Doubles::The().logLines.back().second.find("AutoDualCalibrate_stitch.xml"), std::string::npos);
+    }
 }
 
 TEST_F(Fusion, TheCanvasPicksTheReciprocalsInTheOppositeOrder)

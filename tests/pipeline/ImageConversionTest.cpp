@@ -20,6 +20,17 @@ TEST_F(ImageConversion, OtherTypesAreNullInSilence)
     EXPECT_TRUE(Doubles::The().logLines.empty());
 }
 
+TEST_F(ImageConversion, AMatrixOfThreeDimensionsIsToldAndIsNull)
+{
+    const int sizes[] = {2, 3, 4};
+    for (const int nType : {CV_8UC1, CV_8UC3, CV_8UC4}) {
+        Doubles::The().logLines.clear();
+        EXPECT_TRUE(Vision::MatToQImage(cv::Mat(3, sizes, nType, cv::Scalar::all(1))).isNull());
+        EXPECT_EQ(Doubles::The().logLines.size(), 1U) << nType;
+        EXPECT_TRUE(Doubles::The().Logged(0, "Vision::MatToQImage, QImage is empty!")) << nType;
+    }
+}
+
 TEST_F(ImageConversion, GreyBecomesIndexedWithAGreyTable)
 {
     const cv::Mat mat = (cv::Mat_<uchar>(2, 3) << 0, 1, 2, 100, 200, 255);
@@ -107,11 +118,22 @@ TEST_F(ImageConversion, OtherImagesGiveAnEmptyMatrix)
 
 TEST_F(ImageConversion, AQuarterTurnMovesPixelsAboutTheCentre)
 {
-    QImage image(4, 2, QImage::Format_RGB32);
-    image.fill(Qt::black);
-    const QImage turned = RotateImage(image, 90.0);
-    EXPECT_EQ(turned.size(), QSize(2, 4));
+    // Odd sizes have a centre pixel.
+    QImage image(5, 3, QImage::Format_RGB32);
+    for (int y = 0; y < 3; ++y) {
+        for (int x = 0; x < 5; ++x) {
+            image.setPixel(x, y, qRgb(x, y, 9));
+        }
+    }
     EXPECT_EQ(RotateImage(image, 0.0), image);
+    const QImage turned = RotateImage(image, 90.0);
+    ASSERT_EQ(turned.size(), QSize(3, 5));
+    EXPECT_EQ(turned.pixel(1, 2), qRgb(2, 1, 9));
+    // Clockwise: what lay left of the centre now lies above it.
+    EXPECT_EQ(qRed(turned.pixel(1, 0)), 0);
+    EXPECT_EQ(qRed(turned.pixel(1, 4)), 4);
+    EXPECT_EQ(qGreen(turned.pixel(0, 2)), 2);
+    EXPECT_EQ(qGreen(turned.pixel(2, 2)), 0);
 }
 
 TEST_F(ImageConversion, UncoveredPixelsAreTransparent)
