@@ -84,6 +84,16 @@ TEST_F(Rectification, GreyPicturesAreNotConverted)
     EXPECT_EQ(Doubles::The().Count("ConvertRGBToGray"), 0);
 }
 
+TEST_F(Rectification, PicturesOf32BitsAreConvertedToo)
+{
+    SetFlow(1);
+    Doubles::The().nReadBits = 32;
+    ASSERT_EQ(Calib(), 0);
+    EXPECT_EQ(Doubles::The().Count("ConvertRGBToGray"), 2);
+    EXPECT_EQ(Doubles::The().journal[1], "ConvertRGBToGray(32)");
+    EXPECT_EQ(Doubles::The().journal.back(), "SingleCamCorrected(30x20 32 record 2 to 60x40)");
+}
+
 TEST_F(Rectification, DifferentDepthsFailAfterBothFilesWereWritten)
 {
     SetFlow(1);
