@@ -89,8 +89,10 @@ public:
 
     void Paint()
     {
+        // Few strips, for each asks its upper nodes anew; more than there are threads, for cores may be taken up.
+        constexpr int nStripsPerThread = 6;
         const int nCellRows = (m_target.nHeight + kGridStep - 1) / kGridStep;
-        cv::parallel_for_(cv::Range(0, nCellRows), [this](const cv::Range& range) {
+        const auto paintStrip = [this](const cv::Range& range) {
             const std::size_t nNodes = static_cast<std::size_t>(CellCols()) + 1;
             std::vector<Node> upper(nNodes);
             std::vector<Node> lower(nNodes);
@@ -100,7 +102,9 @@ public:
                 AskNodes(nCellRow + 1, lower);
                 PaintCellRow(nCellRow, upper, lower);
             }
-        });
+        };
+        cv::parallel_for_(cv::Range(0, nCellRows), paintStrip,
+                          std::min(nCellRows, nStripsPerThread * cv::getNumThreads()));
     }
 
 private:

@@ -265,6 +265,9 @@ BrightnessMatch MatchBrightness(const PictureView& first, const StitchProjection
     for (int y = nStep / 2; y < nHeight; y += nStep) {
         for (int x = nStep / 2; x < nWidth; x += nStep) {
             const SourcePlace a = firstPlace(x, y);
+            if (!IsInside(first, a)) {
+                continue;
+            }
             const SourcePlace b = secondPlace(x, y);
             std::array<double, 3> aMean{};
             std::array<double, 3> bMean{};
