@@ -1,9 +1,11 @@
+#include "BmpFile.h"
 #include "CalibrateTwoCameraIns.h"
 #include "CrossPtsDetectDllR.h"
 #include "FileStore.h"
 #include "FisheyeCalibrationDllR.h"
 #include "KorvaneVision.h"
 #include "Log.h"
+#include "PictureMemory.h"
 #include "PipelineGuard.h"
 #include "PointFiles.h"
 #include "ScaleTable.h"
@@ -14,7 +16,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 
 namespace
 {
@@ -62,6 +63,21 @@ bool WipePicture(const QString& strFile)
         return true;
     }
     return (file.open(QIODevice::ReadWrite) && file.write(QByteArray(2, '\0')) == 2 && file.flush()) || file.remove();
+}
+
+/// True when a colour bitmap holds exactly this picture.
+bool HoldsPicture(const std::string& strFile, const cv::Mat& picture)
+{
+    Bitmap::BmpReader reader(strFile.c_str());
+    Bitmap::BmpInfo info;
+    std::string strReason;
+    return reader.ReadHeader(info, strReason) == Bitmap::BmpAnswer::Ok && info.nBits == 24 &&
+           info.nWidth == picture.cols && info.nHeight == picture.rows && reader.HoldsPixels(info, picture.data);
+}
+
+bool IsSoleOwner(const cv::Mat& picture)
+{
+    return picture.u && CV_XADD(&picture.u->refcount, 0) == 1;
 }
 
 } // namespace
@@ -129,13 +145,10 @@ int CalibrateTwoCameraIns::FusionImageAutomatic(cv::Mat& dst, const QString& str
                        QStringToUtf8(strStitchFile).constData(), size.nWidth, size.nHeight, size.nBits);
         return -1;
     }
-    unsigned char* pStitched = m_stitchedBuffer.Reserve(nBytes);
+    unsigned char* pStitched = ReserveStitched(size.nWidth, size.nHeight, std::max(size.nBits, m_nLeftBits), nBytes);
     if (nBytes > 0 && !pStitched) {
         ILog_WriteLogF(3, "%s: no memory for a stitched picture of %zu bytes", g_pFusionImage, nBytes);
         return -1;
-    }
-    if (pStitched) {
-        std::memset(pStitched, 0, nBytes);
     }
 
     DualFishEyeCalibrationParam dualParam;
@@ -152,10 +165,39 @@ int CalibrateTwoCameraIns::FusionImageAutomatic(cv::Mat& dst, const QString& str
     const QString strPicture = strRoot + Pipeline::strScratchFolder + "DstImage.bmp";
     const bool bFresh = WipePicture(strPicture);
     Save_Image(pStitched, size.nWidth, size.nHeight, m_nLeftBits, strPicture.toLocal8Bit().constData());
-    // The picture reaches the caller through the file; it may be empty when the file could not be written.
-    dst = bFresh ? cv::imread(strPicture.toStdString(), cv::IMREAD_COLOR) : cv::Mat();
+    // The picture reaches the caller through the file; it may be empty when the file could not be written. A file that
+    // holds what was stitched, byte by byte, is not decoded into memory of its own.
+    const std::string strFile = strPicture.toStdString();
+    const bool bColour = m_nLeftBits == 24 && pStitched == m_matStitched.data;
+    if (bFresh && bColour && HoldsPicture(strFile, m_matStitched)) {
+        dst = m_matStitched;
+    } else {
+        dst = bFresh ? cv::imread(strFile, cv::IMREAD_COLOR) : cv::Mat();
+    }
     if (dst.empty()) {
         ILog_WriteLogF(3, "%s: %s holds no stitched picture", g_pFusionImage, QStringToUtf8(strPicture).constData());
     }
     return 0;
+}
+
+// A colour picture is stitched into the matrix that the caller gets. Its memory is used again once no caller holds it.
+unsigned char* CalibrateTwoCameraIns::ReserveStitched(int nWidth, int nHeight, int nBits, std::size_t nBytes)
+{
+    if (nBytes == 0) {
+        return nullptr;
+    }
+    if (nBits != 24) {
+        unsigned char* pStitched = m_stitchedBuffer.Reserve(nBytes);
+        if (pStitched) {
+            ZeroPicture(pStitched, nBytes);
+        }
+        return pStitched;
+    }
+    if (m_matStitched.size() != cv::Size(nWidth, nHeight) || !IsSoleOwner(m_matStitched)) {
+        m_matStitched.release();
+        m_matStitched.create(nHeight, nWidth, CV_8UC3);
+        PreferLargePages(m_matStitched.data, nBytes);
+    }
+    ZeroPicture(m_matStitched.data, nBytes);
+    return m_matStitched.data;
 }

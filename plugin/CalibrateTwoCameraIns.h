@@ -53,6 +53,8 @@ private:
                          const QString& strFolder);
     int FusionImageAutomatic(cv::Mat& dst, const QString& strRoot);
     int FusionImageManual(const cv::Mat& left, const cv::Mat& right, cv::Mat& dst, const QString& strFolder);
+    /// Zeroed memory for a stitched picture; null for none or where there is no memory.
+    unsigned char* ReserveStitched(int nWidth, int nHeight, int nBits, std::size_t nBytes);
     int WarpImageAutomatic(const cv::Mat& src, int nWidth, int nHeight, cv::Mat& dst);
     int WarpImageManual(const cv::Mat& src, int nWidth, int nHeight, cv::Mat& dst, const QString& strRoot);
     /// Asks `WorldToPixel` until it answers 0, at most 20 times.
@@ -89,5 +91,6 @@ private:
     unsigned char* m_pRightBuffer = nullptr; ///< owned by the module that read the picture
     ScratchBuffer m_greyBuffer;
     ScratchBuffer m_correctedBuffer;
-    ScratchBuffer m_stitchedBuffer;
+    ScratchBuffer m_stitchedBuffer; ///< for what is no colour picture
+    cv::Mat m_matStitched;          ///< the last colour picture, which the caller may hold too
 };

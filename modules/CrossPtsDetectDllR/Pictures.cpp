@@ -81,7 +81,7 @@ bool RefuseSave(const char* pFile, const std::string& strReason)
     return false;
 }
 
-bool ReadBmp(const CrossPts::BmpReader& reader, const CrossPts::BmpInfo& info, unsigned char*& pixels, long& width,
+bool ReadBmp(const Bitmap::BmpReader& reader, const Bitmap::BmpInfo& info, unsigned char*& pixels, long& width,
              long& height, int& bits, const char* pFile)
 {
     if (!IsPictureSize(info.nWidth, info.nHeight, info.nBits)) {
@@ -156,15 +156,15 @@ bool Read_Image(unsigned char*& pixels, long& width, long& height, int& bits, co
         return RefuseRead("(no name)", "there is no name");
     }
     try {
-        CrossPts::BmpReader reader(file);
-        CrossPts::BmpInfo info;
+        Bitmap::BmpReader reader(file);
+        Bitmap::BmpInfo info;
         std::string strReason;
         switch (reader.ReadHeader(info, strReason)) {
-        case CrossPts::BmpAnswer::Ok:
+        case Bitmap::BmpAnswer::Ok:
             return ReadBmp(reader, info, pixels, width, height, bits, file);
-        case CrossPts::BmpAnswer::NotOurs:
+        case Bitmap::BmpAnswer::NotOurs:
             return ReadOther(pixels, width, height, bits, file);
-        case CrossPts::BmpAnswer::Damaged:
+        case Bitmap::BmpAnswer::Damaged:
             break;
         }
         return RefuseRead(file, strReason);
@@ -183,7 +183,7 @@ bool Save_Image(unsigned char* pixels, long width, long height, int bits, const 
         std::string strReason;
         const std::string strSuffix = Suffix(file);
         if (strSuffix == ".bmp" || strSuffix == ".BMP") {
-            return CrossPts::WriteBmp(file, pixels, width, height, bits, strReason) || RefuseSave(file, strReason);
+            return Bitmap::WriteBmp(file, pixels, width, height, bits, strReason) || RefuseSave(file, strReason);
         }
         return SaveOther(cv::Mat(static_cast<int>(height), static_cast<int>(width), CV_8UC(bits / 8), pixels), file);
     } catch (const std::exception& exception) {

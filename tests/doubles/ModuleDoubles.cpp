@@ -142,7 +142,9 @@ bool Save_Image(unsigned char* pixels, long width, long height, int bits, const 
                                 std::to_string(bits))) {
         return false;
     }
-    return cv::imwrite(file, cv::Mat(static_cast<int>(height), static_cast<int>(width), CV_8UC(bits / 8), pixels));
+    const cv::Mat picture(static_cast<int>(height), static_cast<int>(width), CV_8UC(bits / 8), pixels);
+    const cv::Mat white(picture.size(), picture.type(), cv::Scalar::all(255));
+    return cv::imwrite(file, Doubles::The().bSaveOther ? white : picture);
 }
 
 // Writes all that the real one writes, so that a buffer which is too small shows itself under the sanitizers.
@@ -199,7 +201,7 @@ bool FishEyeImageStitching(unsigned char* leftData, long leftWidth, long leftHei
     const std::size_t nBytes = static_cast<std::size_t>(outWidth * outHeight * outBits / 8);
     if (out && nBytes > 0) {
         state.bStitchBufferZero = std::all_of(out, out + nBytes, [](unsigned char n) { return n == 0; });
-        std::memset(out, 77, nBytes);
+        std::memset(out, state.nStitchGrey, nBytes);
     }
     return bOk;
 }

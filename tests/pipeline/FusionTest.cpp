@@ -210,6 +210,50 @@ TEST_F(Fusion, AFailedSaveGivesAnEmptyPictureAndNeverTheOneBefore)
     EXPECT_NE(Doubles::The().logLines.back().second.find("DstImage.bmp"), std::string::npos);
 }
 
+TEST_F(Fusion, AModuleThatSavesSomethingElseDecidesWhatTheCallerGets)
+{
+    SetFlow(1);
+    SetStitchedSize(40, 25, 24);
+    WritePoints("", "");
+    Doubles::The().bSaveOther = true;
+    ASSERT_EQ(Calib(), 0);
+    ASSERT_EQ(Fuse(), 0);
+    EXPECT_EQ(cv::norm(m_matDst, cv::Mat(25, 40, CV_8UC3, cv::Scalar::all(255)), cv::NORM_INF), 0.0);
+}
+
+TEST_F(Fusion, APictureThatTheCallerKeepsIsNotTouchedByTheNext)
+{
+    SetFlow(1);
+    SetStitchedSize(40, 25, 24);
+    WritePoints("", "");
+    ASSERT_EQ(Calib(), 0);
+    ASSERT_EQ(Fuse(), 0);
+    const cv::Mat kept = m_matDst;
+    m_matDst.release();
+    for (const unsigned char nGrey : {5, 6, 7}) {
+        Doubles::The().nStitchGrey = nGrey;
+        Doubles::The().bStitchBufferZero = false;
+        ASSERT_EQ(Fuse(), 0);
+        EXPECT_TRUE(Doubles::The().bStitchBufferZero);
+        EXPECT_EQ(cv::norm(m_matDst, cv::Mat(25, 40, CV_8UC3, cv::Scalar::all(nGrey)), cv::NORM_INF), 0.0);
+        EXPECT_EQ(cv::norm(kept, cv::Mat(25, 40, CV_8UC3, cv::Scalar::all(77)), cv::NORM_INF), 0.0);
+        m_matDst.release();
+    }
+}
+
+TEST_F(Fusion, ThePictureOutlivesTheInstance)
+{
+    SetFlow(1);
+    SetStitchedSize(40, 25, 24);
+    WritePoints("", "");
+    cv::Mat fused;
+    {
+        CalibrateTwoCameraIns instance;
+        ASSERT_EQ(instance.CalibAndFusionImage(m_matLeft, m_matRight, fused, false), 0);
+    }
+    EXPECT_EQ(cv::norm(fused, cv::Mat(25, 40, CV_8UC3, cv::Scalar::all(77)), cv::NORM_INF), 0.0);
+}
+
 TEST_F(Fusion, SizesThatNoPictureHasFailWithALineThatNamesTheFile)
 {
     SetFlow(1);

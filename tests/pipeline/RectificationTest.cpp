@@ -1,5 +1,7 @@
 #include "PipelineFixture.h"
 
+#include <opencv2/imgcodecs.hpp>
+
 #include <QDir>
 #include <QFile>
 
@@ -92,6 +94,24 @@ TEST_F(Rectification, PicturesOf32BitsAreConvertedToo)
     EXPECT_EQ(Doubles::The().Count("ConvertRGBToGray"), 2);
     EXPECT_EQ(Doubles::The().journal[1], "ConvertRGBToGray(32)");
     EXPECT_EQ(Doubles::The().journal.back(), "SingleCamCorrected(30x20 32 record 2 to 60x40)");
+}
+
+TEST_F(Rectification, TheScratchFilesHoldThePicturesWhateverTheirLayout)
+{
+    SetFlow(1);
+    cv::Mat big(40, 50, CV_8UC3);
+    cv::randu(big, 0, 255);
+    m_matLeft = big(cv::Rect(3, 4, 31, 20));
+    // The second is smaller than what the file held before.
+    for (const cv::Rect& area : {cv::Rect(0, 0, 50, 40), cv::Rect(0, 7, 50, 20)}) {
+        m_matRight = big(area);
+        ASSERT_EQ(Calib(), 0);
+        const auto read = [this](const char* pName) {
+            return cv::imread(m_data.CameraTwo(pName).toStdString(), cv::IMREAD_UNCHANGED);
+        };
+        EXPECT_EQ(cv::norm(read("DualCamBeforeCalibrate_LeftTemp.bmp"), m_matLeft, cv::NORM_INF), 0.0);
+        EXPECT_EQ(cv::norm(read("DualCamBeforeCalibrate_RightTemp.bmp"), m_matRight, cv::NORM_INF), 0.0);
+    }
 }
 
 TEST_F(Rectification, DifferentDepthsFailAfterBothFilesWereWritten)

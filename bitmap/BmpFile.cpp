@@ -18,7 +18,7 @@
 #include <thread>
 #include <vector>
 
-namespace CrossPts
+namespace Bitmap
 {
 
 namespace
@@ -267,6 +267,34 @@ bool BmpReader::ReadPixels(const BmpInfo& info, unsigned char* pPixels) const
     return MoveRows(&preadv, m_nFile, info, pPixels);
 }
 
+bool BmpReader::HoldsPixels(const BmpInfo& info, const unsigned char* pPixels) const
+{
+    constexpr std::size_t nBytesPerCall = std::size_t{1} << 20;
+    const std::size_t nRowBytes = RowBytes(info.nWidth, info.nBits);
+    const std::size_t nFileRowBytes = FileRowBytes(info.nWidth, info.nBits);
+    const long nRowsPerCall = std::max<long>(1, static_cast<long>(nBytesPerCall / nFileRowBytes));
+    const int nStripes = static_cast<int>((info.nHeight + nRowsPerCall - 1) / nRowsPerCall);
+    std::atomic<bool> bSame{true};
+    cv::parallel_for_(cv::Range(0, nStripes), [&](const cv::Range& range) {
+        std::vector<unsigned char> rows(static_cast<std::size_t>(nRowsPerCall) * nFileRowBytes);
+        for (int nStripe = range.start; nStripe < range.end && bSame; ++nStripe) {
+            const long nFirst = static_cast<long>(nStripe) * nRowsPerCall;
+            const long nCount = std::min(nRowsPerCall, info.nHeight - nFirst);
+            bool bStripe = ReadExactly(m_nFile, rows.data(), static_cast<std::size_t>(nCount) * nFileRowBytes,
+                                       info.nDataOffset + static_cast<std::size_t>(nFirst) * nFileRowBytes);
+            for (long i = 0; bStripe && i < nCount; ++i) {
+                const long nRow = info.bTopDown ? nFirst + i : info.nHeight - 1 - nFirst - i;
+                bStripe = std::memcmp(rows.data() + static_cast<std::size_t>(i) * nFileRowBytes,
+                                      pPixels + static_cast<std::size_t>(nRow) * nRowBytes, nRowBytes) == 0;
+            }
+            if (!bStripe) {
+                bSame = false;
+            }
+        }
+    });
+    return bSame;
+}
+
 bool WriteBmp(const char* pFile, const unsigned char* pPixels, long nWidth, long nHeight, int nBits,
               std::string& strReason)
 {
@@ -290,4 +318,4 @@ bool WriteBmp(const char* pFile, const unsigned char* pPixels, long nWidth, long
     return bWritten;
 }
 
-} // namespace CrossPts
+} // namespace Bitmap

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <string>
 
-namespace CrossPts
+namespace Bitmap
 {
 
 struct BmpInfo {
@@ -35,6 +35,9 @@ public:
     BmpAnswer ReadHeader(BmpInfo& info, std::string& strReason);
     /// Fills width * height * bits / 8 bytes, top-down. False when the file ends early.
     bool ReadPixels(const BmpInfo& info, unsigned char* pPixels) const;
+    /// True when the file's pixels are exactly these width * height * bits / 8 bytes, top-down. Several times as fast
+    /// as reading them into memory that was not touched before.
+    bool HoldsPixels(const BmpInfo& info, const unsigned char* pPixels) const;
 
 private:
     int m_nFile = -1;
@@ -42,8 +45,8 @@ private:
 
 /// Writes width * height * bits / 8 top-down bytes as a bitmap. An existing file is overwritten in place, which is
 /// several times as fast as truncating it first; its header is wiped before and written last, so that a file that was
-/// cut short is no picture for anybody. Readers of this module wait until it is done, and it waits for them.
+/// cut short is no picture for anybody. A `BmpReader` waits until it is done, and it waits for one.
 bool WriteBmp(const char* pFile, const unsigned char* pPixels, long nWidth, long nHeight, int nBits,
               std::string& strReason);
 
-} // namespace CrossPts
+} // namespace Bitmap
