@@ -1,6 +1,7 @@
 #include "Stitching.h"
 #include "DualModel.h"
 #include "StitchScene.h"
+#include "WarpCell.h"
 
 #include <gtest/gtest.h>
 
@@ -94,6 +95,50 @@ TEST_F(Stitching, DiffersFromTheExactWayByAtMostTwoGreyLevels)
     ASSERT_TRUE(Stitch());
     const cv::Mat oracle = Oracle(m_left, m_right, m_out.size());
     EXPECT_LE(Difference999(m_out.reshape(1), oracle.reshape(1)), 2);
+}
+
+TEST_F(Stitching, BetweenTheExactProjectionsAPlaceIsOffByLessThanAHundredthOfAPixel)
+{
+    // A real-sized camera: the small ones of the other tests bend less per cell.
+    Fisheye::FisheyeModel model = m_left.model;
+    model.nWidth *= 4;
+    model.nHeight *= 4;
+    for (double* pParameter : {&model.fx, &model.fy, &model.cx, &model.cy}) {
+        *pParameter *= 4.0;
+    }
+    const Fisheye::StitchProjection place(model, 6.0);
+    const Fisheye::PictureView view{nullptr, model.nWidth, model.nHeight, 3};
+    double dWorst = 0.0;
+    int nCells = 0;
+    for (int nTop = 0; nTop < 5400; nTop += 5 * Fisheye::kGridStep) {
+        for (int nLeft = 0; nLeft < 7800; nLeft += 5 * Fisheye::kGridStep) {
+            std::array<std::int64_t, 4> x{}, y{};
+            bool bInside = true;
+            for (std::size_t i = 0; i < 4; ++i) {
+                const auto corner =
+                    place(nLeft + (i % 2 == 0 ? 0 : Fisheye::kGridStep), nTop + (i < 2 ? 0 : Fisheye::kGridStep));
+                bInside = bInside && Fisheye::IsInside(view, corner);
+                x[i] = Fisheye::CellRamp::ToFixed(corner.x);
+                y[i] = Fisheye::CellRamp::ToFixed(corner.y);
+            }
+            if (!bInside) {
+                continue;
+            }
+            ++nCells;
+            const Fisheye::CellRamp cellX(x[0], x[1], x[2], x[3]);
+            const Fisheye::CellRamp cellY(y[0], y[1], y[2], y[3]);
+            for (int nRow = 0; nRow < Fisheye::kGridStep; ++nRow) {
+                for (int i = 0; i < Fisheye::kGridStep; ++i) {
+                    const auto exact = place(nLeft + i, nTop + nRow);
+                    dWorst = std::max(dWorst, std::hypot(cellX.Row(nRow).At(i) / 65536.0 - exact.x,
+                                                         cellY.Row(nRow).At(i) / 65536.0 - exact.y));
+                }
+            }
+        }
+    }
+    RecordProperty("worst_px", std::to_string(dWorst));
+    EXPECT_GT(nCells, 1000);
+    EXPECT_LT(dWorst, 0.01);
 }
 
 TEST_F(Stitching, ShowsTheSurfaceInTheMachineFrame)
