@@ -2,6 +2,7 @@
 
 #include "FileStore.h"
 #include "Log.h"
+#include "PictureMemory.h"
 
 #include <opencv2/imgproc.hpp>
 
@@ -39,6 +40,7 @@ QImage GreyImage(const cv::Mat& mat)
     }
     QImage image(mat.cols, mat.rows, QImage::Format_Indexed8);
     image.setColorTable(GreyColours());
+    PreferLargePages(image.bits(), static_cast<std::size_t>(image.sizeInBytes()));
     for (int nRow = 0; nRow < mat.rows; ++nRow) {
         uchar* pLine = image.scanLine(nRow);
         if (!pLine) {
@@ -103,6 +105,7 @@ QImage SwapRedBlue(const QImage& image)
         ILog_WriteLog(0, "Failed to allocate memory for the swapped image.");
         return {};
     }
+    PreferLargePages(swapped.bits(), static_cast<std::size_t>(swapped.sizeInBytes()));
     // The header only reads: cv::Mat has no constant view.
     const cv::Mat source(image.height(), image.width(), CV_8UC3, const_cast<uchar*>(image.constBits()),
                          static_cast<std::size_t>(image.bytesPerLine()));

@@ -59,18 +59,19 @@ int RunAndCompare(int argc, char** argv, const std::vector<Ratio>& ratios)
     KeepingReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
-    std::printf("\n%-26s %-26s %6s %10s %10s %8s\n", "Ours", "Other", "Cores", "Ours ms", "Other ms", "Ratio");
+    std::printf("\n%-26s %-26s %6s %10s %10s %10s\n", "This", "Against that", "Cores", "This ms", "That ms",
+                "That/This");
     for (const Ratio& ratio : ratios) {
-        for (const auto& [strCores, ours] : reporter.m_mapTimes[ratio.strOurs]) {
-            const auto& other = reporter.m_mapTimes[ratio.strOther];
-            const auto it = other.find(strCores);
-            if (it == other.end()) {
+        for (const auto& [strCores, faster] : reporter.m_mapTimes[ratio.strFaster]) {
+            const auto& that = reporter.m_mapTimes[ratio.strSlower];
+            const auto it = that.find(strCores);
+            if (it == that.end()) {
                 continue;
             }
-            const double dOurs = Median(ours);
-            const double dOther = Median(it->second);
-            std::printf("%-26s %-26s %6s %10.2f %10.2f %8.2f\n", ratio.strOurs.c_str(), ratio.strOther.c_str(),
-                        strCores == "0" ? "all" : strCores.c_str(), dOurs, dOther, dOther / dOurs);
+            const double dThis = Median(faster);
+            const double dThat = Median(it->second);
+            std::printf("%-26s %-26s %6s %10.2f %10.2f %10.2f\n", ratio.strFaster.c_str(), ratio.strSlower.c_str(),
+                        strCores == "0" ? "all" : strCores.c_str(), dThis, dThat, dThat / dThis);
         }
     }
     return 0;

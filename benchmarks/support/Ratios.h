@@ -11,10 +11,10 @@
 namespace Bench
 {
 
-/// "`strOther` takes so many times as long as `strOurs`", once for each number of cores.
+/// "`strSlower` takes so many times as long as `strFaster`", once for each number of cores.
 struct Ratio {
-    std::string strOurs;
-    std::string strOther;
+    std::string strFaster;
+    std::string strSlower;
 };
 
 /// Lets OpenCV use as many threads as the benchmark's argument says.
