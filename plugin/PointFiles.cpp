@@ -1,5 +1,6 @@
 #include "PointFiles.h"
 
+#include "CalibrationPointText.h"
 #include "FileStore.h"
 #include "Log.h"
 
@@ -17,9 +18,7 @@ constexpr qint64 g_nMaxLineLength = 4096;
 bool ParseLine(QString strLine, CalibrationPoint& point)
 {
     QTextStream line(&strLine, QIODevice::ReadOnly);
-    line >> point.nId >> point.nRow >> point.nCol;
-    line >> point.fWorldX >> point.fWorldY >> point.fWorldZ >> point.fImageX >> point.fImageY;
-    line >> point.dValue0 >> point.dValue1 >> point.dValue2 >> point.dValue3;
+    GetCalibrationPoint(line, point);
     return line.status() == QTextStream::Ok;
 }
 
@@ -62,10 +61,8 @@ bool WritePointFile(const QString& strFile, const std::vector<CalibrationPoint>&
     }
     QTextStream stream(&file);
     for (const CalibrationPoint& point : points) {
-        stream << point.nId << ' ' << point.nRow << ' ' << point.nCol << ' ';
-        stream << point.fWorldX << ' ' << point.fWorldY << ' ' << point.fWorldZ << ' ';
-        stream << point.fImageX << ' ' << point.fImageY << ' ';
-        stream << point.dValue0 << ' ' << point.dValue1 << ' ' << point.dValue2 << ' ' << point.dValue3 << '\n';
+        PutCalibrationPoint(stream, point);
+        stream << '\n';
     }
     return true;
 }

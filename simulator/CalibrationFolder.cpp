@@ -1,5 +1,7 @@
 #include "CalibrationFolder.h"
 
+#include "CalibrationPointText.h"
+
 #include <QDir>
 #include <QFile>
 #include <QSettings>
@@ -69,10 +71,8 @@ bool WritePoints(const QString& strFile, const std::vector<CalibrationPoint>& po
     }
     QTextStream stream(&file);
     for (const CalibrationPoint& point : points) {
-        stream << point.nId << ' ' << point.nRow << ' ' << point.nCol << ' ';
-        stream << point.fWorldX << ' ' << point.fWorldY << ' ' << point.fWorldZ << ' ';
-        stream << point.fImageX << ' ' << point.fImageY << ' ';
-        stream << point.dValue0 << ' ' << point.dValue1 << ' ' << point.dValue2 << ' ' << point.dValue3 << '\n';
+        PutCalibrationPoint(stream, point);
+        stream << '\n';
     }
     stream.flush();
     return stream.status() == QTextStream::Ok && file.error() == QFile::NoError;
@@ -90,9 +90,7 @@ bool ReadPoints(const QString& strFile, std::vector<CalibrationPoint>& points)
         QString strLine = stream.readLine(4096);
         QTextStream line(&strLine, QIODevice::ReadOnly);
         CalibrationPoint point;
-        line >> point.nId >> point.nRow >> point.nCol;
-        line >> point.fWorldX >> point.fWorldY >> point.fWorldZ >> point.fImageX >> point.fImageY;
-        line >> point.dValue0 >> point.dValue1 >> point.dValue2 >> point.dValue3;
+        GetCalibrationPoint(line, point);
         if (line.status() != QTextStream::Ok) {
             return false;
         }
