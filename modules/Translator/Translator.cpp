@@ -10,6 +10,7 @@
 #include <QHash>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLocale>
 #include <QMutex>
 #include <QMutexLocker>
 
@@ -29,13 +30,6 @@ struct Wording {
     QString strLanguage = "en";
     WordingTable table;
 };
-
-Wording& Current()
-{
-    // Never destroyed: windows may ask for a wording while the process ends.
-    static auto* pWording = new Wording;
-    return *pWording;
-}
 
 bool LoadTable(const QString& strLanguage, WordingTable& table)
 {
@@ -58,6 +52,24 @@ bool LoadTable(const QString& strLanguage, WordingTable& table)
         table.insert(it.key(), it.value().toString());
     }
     return true;
+}
+
+/// What the operator's desktop asks for, or what the host has made its default locale, before anybody chooses.
+Wording* FirstWording()
+{
+    auto* pWording = new Wording;
+    const QString strLanguage = Translator_LanguageFor(QLocale().uiLanguages());
+    if (strLanguage != pWording->strLanguage && LoadTable(strLanguage, pWording->table)) {
+        pWording->strLanguage = strLanguage;
+    }
+    return pWording;
+}
+
+Wording& Current()
+{
+    // Never destroyed: windows may ask for a wording while the process ends.
+    static Wording* const pWording = FirstWording();
+    return *pWording;
 }
 
 } // namespace
@@ -86,6 +98,19 @@ QStringList Translator_AvailableLanguages()
     }
     listLanguages.sort();
     return listLanguages;
+}
+
+QString Translator_LanguageFor(const QStringList& listPreferred)
+{
+    const QStringList listAvailable = Translator_AvailableLanguages();
+    for (const QString& strPreferred : listPreferred) {
+        // "de-DE" and "de_DE" are German too.
+        const QString strLanguage = strPreferred.section('-', 0, 0).section('_', 0, 0).toLower();
+        if (listAvailable.contains(strLanguage)) {
+            return strLanguage;
+        }
+    }
+    return "en";
 }
 
 QString Translator_CurrentLanguage()

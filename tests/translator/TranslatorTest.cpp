@@ -8,11 +8,13 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLocale>
 #include <QRegularExpression>
 #include <QSet>
 #include <QWidget>
 
 #include <atomic>
+#include <cstdlib>
 #include <memory>
 #include <thread>
 
@@ -80,6 +82,32 @@ TEST_F(TranslatorTest, AllLanguagesAreThere)
 {
     EXPECT_EQ(Translator_AvailableLanguages(), (QStringList{"de", "en", "es", "zh"}));
     EXPECT_EQ(Translator_CurrentLanguage(), "en");
+}
+
+TEST_F(TranslatorTest, TheFirstPreferredLanguageWithATableIsTaken)
+{
+    EXPECT_EQ(Translator_LanguageFor({"de-DE", "de", "en-US"}), "de");
+    EXPECT_EQ(Translator_LanguageFor({"fr-FR", "fr", "es_MX"}), "es");
+    EXPECT_EQ(Translator_LanguageFor({"fr-FR", "en-GB", "de"}), "en");
+    EXPECT_EQ(Translator_LanguageFor({"zh-Hans-CN"}), "zh");
+    EXPECT_EQ(Translator_LanguageFor({"C"}), "en");
+    EXPECT_EQ(Translator_LanguageFor({"", "-", "../de", "deutsch"}), "en");
+    EXPECT_EQ(Translator_LanguageFor({}), "en");
+}
+
+// Each in a process of its own, as the first look-up settles it.
+TEST(TranslatorStart, AHostThatDoesNotChooseGetsItsLocalesLanguage)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto firstWordingIs = [](const QLocale& locale, const QString& strLanguage) {
+        QLocale::setDefault(locale);
+        const QString strExpected = strLanguage == "en" ? "Cancel" : Table(strLanguage).value("Cancel").toString();
+        std::exit(Wording("Cancel") == strExpected && Translator_CurrentLanguage() == strLanguage ? 0 : 1);
+    };
+    EXPECT_EXIT(firstWordingIs(QLocale(QLocale::German, QLocale::Austria), "de"), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(firstWordingIs(QLocale(QLocale::Chinese, QLocale::China), "zh"), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(firstWordingIs(QLocale(QLocale::French, QLocale::France), "en"), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(firstWordingIs(QLocale::c(), "en"), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(TranslatorTest, InEnglishEveryKeyIsItsOwnWording)
