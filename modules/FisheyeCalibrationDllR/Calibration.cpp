@@ -316,6 +316,10 @@ const char* Calibrate(const cv::Mat& gray, std::vector<CalibrationPoint>& points
     if (!fromClicks) {
         return "no camera sees the points where they were marked";
     }
+    if (FisheyeProjector(*fromClicks).CentreMm().z > 0.0) {
+        // Only a camera that looks up through the surface sees them like this.
+        return "the points are mirrored: X grows to the right and Y downward, seen from above";
+    }
     const double clickSigmaPx = std::clamp(TypicalResidualPx(marks, *fromClicks), 1.0, 10.0);
     CrossSearch search;
     search.armMm = ArmToLookAtMm(marks);

@@ -82,8 +82,12 @@ const char* WhatNoCameraHas(const FisheyeModel& model)
         model.LargestMonotonicTheta(model.maxThetaRad) < 0.999 * model.maxThetaRad) {
         return "its largest angle does not fit its distortion";
     }
-    if (std::abs(FisheyeProjector(model).CentreMm().z) < 1.0) {
+    const double heightMm = -FisheyeProjector(model).CentreMm().z;
+    if (std::abs(heightMm) < 1.0) {
         return "its camera lies in the surface";
+    }
+    if (heightMm < 0.0) {
+        return "its camera lies below the surface";
     }
     return nullptr;
 }

@@ -439,6 +439,32 @@ TEST_F(DegenerateInput, PointsThatFitNoCameraAreRefused)
     EXPECT_TRUE(Refused(points));
 }
 
+TEST_F(DegenerateInput, MirroredPointsAreRefusedAndTheLogSaysSo)
+{
+    const auto mirrored = [this](const char* pKind, auto mirror) {
+        for (const Points& from : {m_scene.exact, m_scene.Clicks()}) {
+            Points points = from;
+            for (CalibrationPoint& point : points) {
+                mirror(point);
+            }
+            testing::internal::CaptureStderr();
+            EXPECT_TRUE(Refused(points)) << pKind;
+            EXPECT_NE(testing::internal::GetCapturedStderr().find("mirrored"), std::string::npos) << pKind;
+        }
+    };
+    mirrored("Y of the machine flipped", [](CalibrationPoint& point) { point.fWorldY = 900.0f - point.fWorldY; });
+    mirrored("X of the machine flipped", [](CalibrationPoint& point) { point.fWorldX = 1300.0f - point.fWorldX; });
+    mirrored("axes exchanged", [](CalibrationPoint& point) { std::swap(point.fWorldX, point.fWorldY); });
+    mirrored("picture flipped", [](CalibrationPoint& point) { point.fImageY = 1943.0f - point.fImageY; });
+    // Flipped twice is turned by 180 degrees, which a camera may well be.
+    Points turned = m_scene.exact;
+    for (CalibrationPoint& point : turned) {
+        point.fWorldX = 1300.0f - point.fWorldX;
+        point.fWorldY = 900.0f - point.fWorldY;
+    }
+    EXPECT_FALSE(Refused(turned));
+}
+
 TEST_F(DegenerateInput, NoPictureAbsurdSizesAndOtherDepthsAreRefused)
 {
     const auto good = [this](unsigned char* pGray, long width, long height, int bits) {

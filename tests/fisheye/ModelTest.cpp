@@ -194,3 +194,13 @@ TEST(FisheyeRecord, ACameraInTheSurfaceIsRefused)
     model.translationMm = {-300.0, -400.0, 0.0};
     EXPECT_EQ(ReasonFor(Fisheye::PackRecord(model)), "its camera lies in the surface");
 }
+
+TEST(FisheyeRecord, ACameraBelowTheSurfaceIsRefused)
+{
+    Fisheye::FisheyeModel model = SomeModel();
+    model.rotation = {};
+    model.translationMm = {-300.0, -400.0, 700.0};
+    EXPECT_TRUE(Fisheye::UnpackRecord(Fisheye::PackRecord(model)).has_value());
+    model.translationMm = {-300.0, -400.0, -700.0};
+    EXPECT_EQ(ReasonFor(Fisheye::PackRecord(model)), "its camera lies below the surface");
+}
