@@ -1,5 +1,6 @@
 #include "Commands.h"
 
+#include "CrossPtsDetectDllR.h"
 #include "DataFolder.h"
 #include "Failure.h"
 #include "PluginHost.h"
@@ -53,15 +54,24 @@ cv::Mat ReadPicture(const QString& strFile)
     if (!QFile::exists(strFile)) {
         throw Failure(QString("There is no file %1.").arg(strFile));
     }
+    const QString strNoPicture = QString("%1 is no picture that can be read.").arg(strFile);
     cv::Mat picture;
     try {
         const QuietStandardError quiet;
+        // The module refuses what OpenCV's decoders take or wait for: a JPEG that was cut short, a pipe.
+        unsigned char* pPixels = nullptr;
+        long nWidth = 0;
+        long nHeight = 0;
+        int nBits = 0;
+        if (!Read_Image(pPixels, nWidth, nHeight, nBits, strFile.toLocal8Bit().constData())) {
+            throw Failure(strNoPicture);
+        }
         picture = cv::imread(strFile.toStdString(), cv::IMREAD_UNCHANGED);
     } catch (const cv::Exception&) {
         picture.release();
     }
     if (picture.empty()) {
-        throw Failure(QString("%1 is no picture that can be read.").arg(strFile));
+        throw Failure(strNoPicture);
     }
     if (picture.depth() != CV_8U) {
         throw Failure(

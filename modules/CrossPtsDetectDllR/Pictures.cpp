@@ -8,10 +8,14 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <fstream>
+#include <ios>
+#include <iterator>
 #include <map>
 #include <mutex>
 #include <string>
@@ -100,8 +104,26 @@ bool ReadBmp(const Bitmap::BmpReader& reader, const Bitmap::BmpInfo& info, unsig
     return reader.ReadPixels(info, pBuffer) || RefuseRead(pFile, "it ended while it was read");
 }
 
+/// A JPEG that was cut short decodes all the same, with grey where the rest was. Its end mark cannot occur inside.
+bool IsCutJpeg(const char* pFile)
+{
+    constexpr std::streamoff nTail = 4096; // some writers pad
+    std::ifstream file(pFile, std::ios::binary);
+    char start[2] = {};
+    if (!file.read(start, 2) || start[0] != '\xff' || start[1] != '\xd8') {
+        return false;
+    }
+    file.seekg(0, std::ios::end);
+    file.seekg(-std::min<std::streamoff>(nTail, file.tellg()), std::ios::end);
+    const std::string strTail{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    return strTail.find("\xff\xd9") == std::string::npos;
+}
+
 bool ReadOther(unsigned char*& pixels, long& width, long& height, int& bits, const char* pFile)
 {
+    if (IsCutJpeg(pFile)) {
+        return RefuseRead(pFile, "it is cut short");
+    }
     cv::Mat picture = cv::imread(pFile, cv::IMREAD_UNCHANGED);
     if (picture.empty()) {
         return RefuseRead(pFile, "it is missing or no picture");

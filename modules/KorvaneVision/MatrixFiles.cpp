@@ -3,6 +3,8 @@
 
 #include <opencv2/core/persistence.hpp>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -33,6 +35,11 @@ std::string ReadText(const std::string& strFile)
         strText.find("<!") != std::string::npos) {
         throw std::runtime_error("it is no XML storage file");
     }
+    // The storage reader follows nested tags as deep as they go.
+    constexpr std::ptrdiff_t nMostTags = 200;
+    if (std::count(strText.begin(), strText.end(), '<') > nMostTags) {
+        throw std::runtime_error("it holds more than a matrix or two");
+    }
     return strText;
 }
 
@@ -42,6 +49,12 @@ cv::Mat ReadMatrix(const cv::FileStorage& storage, const char* pKey)
     const cv::FileNode node = storage[pKey];
     if (!node.isMap()) {
         throw std::runtime_error(std::string("there is no matrix ") + pKey);
+    }
+    // Asked before the storage reader allocates what the file claims.
+    const double dRows = node["rows"].isInt() ? node["rows"].real() : 0.0;
+    const double dCols = node["cols"].isInt() ? node["cols"].real() : 0.0;
+    if (!(dRows >= 1.0 && dCols >= 1.0 && dRows * dCols <= 64.0)) {
+        throw std::runtime_error(std::string(pKey) + " is not of the expected size");
     }
     node >> matrix;
     if (matrix.empty() || matrix.channels() != 1 || matrix.total() > 64) {

@@ -1,18 +1,20 @@
 #include "CrossPtsDetectDllR.h"
 #include "SeededNoise.h"
+#include "TempFolder.h"
 
 #include <gtest/gtest.h>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include <QFile>
-#include <QTemporaryDir>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <thread>
@@ -29,18 +31,24 @@ cv::Mat Noise(int nWidth, int nHeight, int nType)
     return picture;
 }
 
+/// The check word of a PNG's chunk, bit by bit.
+std::uint32_t Crc(const QByteArray& bytes)
+{
+    std::uint32_t nCrc = 0xffffffffU;
+    for (const char c : bytes) {
+        nCrc ^= static_cast<unsigned char>(c);
+        for (int i = 0; i < 8; ++i) {
+            nCrc = (nCrc >> 1) ^ ((nCrc & 1U) != 0 ? 0xedb88320U : 0U);
+        }
+    }
+    return ~nCrc;
+}
+
 class Pictures : public ::testing::Test
 {
 protected:
-    std::string Path(const char* pName) const { return m_folder.path().toStdString() + "/" + pName; }
-
-    std::string Write(const char* pName, const QByteArray& bytes) const
-    {
-        QFile file(QString::fromStdString(Path(pName)));
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(bytes);
-        return Path(pName);
-    }
+    std::string Path(const char* pName) const { return m_folder.Path(pName); }
+    std::string Write(const char* pName, const QByteArray& bytes) const { return m_folder.Write(pName, bytes); }
 
     bool Read(const std::string& strFile)
     {
@@ -53,7 +61,7 @@ protected:
                std::memcmp(m_pPixels, picture.data, picture.total() * picture.elemSize()) == 0;
     }
 
-    QTemporaryDir m_folder;
+    TempFolder m_folder;
     unsigned char* m_pPixels = nullptr;
     long m_nWidth = -5;
     long m_nHeight = -6;
@@ -116,9 +124,7 @@ TEST_F(Pictures, APointerOfAnotherOwnerIsLeftAlone)
 TEST_F(Pictures, WhatIsNoPictureLeavesTheOutputsUntouched)
 {
     cv::imwrite(Path("good.bmp"), Noise(64, 64, CV_8UC3));
-    QFile good(QString::fromStdString(Path("good.bmp")));
-    ASSERT_TRUE(good.open(QIODevice::ReadOnly));
-    const QByteArray bytes = good.readAll();
+    const QByteArray bytes = m_folder.ReadAll("good.bmp");
     QByteArray huge = bytes;
     const std::int32_t nHuge = 2000000000;
     std::memcpy(huge.data() + 18, &nHuge, 4);
@@ -130,7 +136,7 @@ TEST_F(Pictures, WhatIsNoPictureLeavesTheOutputsUntouched)
     const std::int32_t nLowest = std::numeric_limits<std::int32_t>::min();
     std::memcpy(lowest.data() + 22, &nLowest, 4);
     const std::vector<std::string> files{Path("missing.bmp"),
-                                         m_folder.path().toStdString(),
+                                         m_folder.Path(),
                                          Write("empty.bmp", ""),
                                          Write("two.bmp", "BM"),
                                          Write("header.bmp", bytes.left(54)),
@@ -148,6 +154,99 @@ TEST_F(Pictures, WhatIsNoPictureLeavesTheOutputsUntouched)
         EXPECT_EQ(m_nBits, -7) << strFile;
     }
     EXPECT_FALSE(Read_Image(m_pPixels, m_nWidth, m_nHeight, m_nBits, nullptr));
+}
+
+TEST_F(Pictures, OtherFormatsThatAreDamagedLeaveTheOutputsUntouched)
+{
+    for (const char* pSuffix : {".png", ".jpg", ".bmp"}) {
+        const std::string strGood = std::string("good") + pSuffix;
+        ASSERT_TRUE(cv::imwrite(m_folder.Path(strGood), Noise(64, 48, CV_8UC3)));
+        const QByteArray good = m_folder.ReadAll(strGood);
+        ASSERT_TRUE(Read(m_folder.Path(strGood))) << pSuffix;
+        EXPECT_EQ(m_nWidth, 64);
+        EXPECT_EQ(m_nHeight, 48);
+        EXPECT_EQ(m_nBits, 24);
+        m_pPixels = nullptr;
+        m_nWidth = -5;
+        m_nHeight = -6;
+        m_nBits = -7;
+        QByteArray binary(4000, '\0');
+        for (int i = 0; i < binary.size(); ++i) {
+            binary[i] = static_cast<char>(Simulator::Mix(5, static_cast<std::uint64_t>(i)));
+        }
+        for (const QByteArray& bytes : {QByteArray(), good.left(2), good.left(20), good.left(good.size() / 2),
+                                        good.left(good.size() * 9 / 10), good.left(4) + binary, binary}) {
+            EXPECT_FALSE(Read(m_folder.Write(std::string("bad") + pSuffix, bytes))) << pSuffix << " " << bytes.size();
+            EXPECT_EQ(m_pPixels, nullptr);
+            EXPECT_EQ(m_nWidth, -5);
+            EXPECT_EQ(m_nHeight, -6);
+            EXPECT_EQ(m_nBits, -7);
+        }
+    }
+}
+
+TEST_F(Pictures, AHeaderThatClaimsAHugePictureIsRefused)
+{
+    ASSERT_TRUE(cv::imwrite(Path("good.png"), Noise(8, 8, CV_8UC3)));
+    ASSERT_TRUE(cv::imwrite(Path("good.jpg"), Noise(8, 8, CV_8UC3)));
+    for (const std::uint32_t nSide : {30000U, 65500U, 1000000U, 2000000000U}) {
+        QByteArray png = m_folder.ReadAll("good.png");
+        for (const int nOffset : {16, 20}) {
+            for (int i = 0; i < 4; ++i) {
+                png[nOffset + i] = static_cast<char>(nSide >> (24 - 8 * i));
+            }
+        }
+        const std::uint32_t nCheck = Crc(png.mid(12, 17));
+        for (int i = 0; i < 4; ++i) {
+            png[29 + i] = static_cast<char>(nCheck >> (24 - 8 * i));
+        }
+        EXPECT_FALSE(Read(Write("huge.png", png))) << nSide;
+    }
+    QByteArray jpg = m_folder.ReadAll("good.jpg");
+    const int nFrame = static_cast<int>(jpg.indexOf("\xff\xc0"));
+    ASSERT_GT(nFrame, 0);
+    for (int i = 5; i < 9; ++i) {
+        jpg[nFrame + i] = '\xff';
+    }
+    EXPECT_FALSE(Read(Write("huge.jpg", jpg)));
+    EXPECT_EQ(m_pPixels, nullptr);
+}
+
+TEST_F(Pictures, AnyChangedBytesAreReadOrRefused)
+{
+    for (const char* pSuffix : {".png", ".jpg", ".bmp"}) {
+        const std::string strGood = std::string("good") + pSuffix;
+        ASSERT_TRUE(cv::imwrite(m_folder.Path(strGood), Noise(19, 13, CV_8UC3)));
+        const QByteArray good = m_folder.ReadAll(strGood);
+        for (std::uint64_t i = 0; i < 400; ++i) {
+            QByteArray bytes = good;
+            for (std::uint64_t k = 0; k <= i % 4; ++k) {
+                const std::uint64_t n = Simulator::Mix(i + 1, k);
+                const auto nRange =
+                    static_cast<std::uint64_t>(i % 2 == 0 ? bytes.size() : std::min<qsizetype>(60, bytes.size()));
+                bytes[static_cast<int>(n % nRange)] = static_cast<char>(n >> 40);
+            }
+            if (Read(m_folder.Write(std::string("bad") + pSuffix, bytes))) {
+                ASSERT_NE(m_pPixels, nullptr);
+                EXPECT_GE(m_nWidth, 1);
+                EXPECT_LE(m_nWidth, 65500);
+                EXPECT_TRUE(m_nBits == 8 || m_nBits == 24 || m_nBits == 32) << m_nBits;
+            }
+        }
+    }
+}
+
+TEST_F(Pictures, SixteenBitsBecomeEightAndOtherKindsOfPixelsAreRefused)
+{
+    cv::Mat deep(5, 7, CV_16UC3, cv::Scalar(257 * 3, 257 * 70, 257 * 255));
+    ASSERT_TRUE(cv::imwrite(Path("deep.png"), deep));
+    ASSERT_TRUE(Read(Path("deep.png")));
+    EXPECT_TRUE(Holds(cv::Mat(5, 7, CV_8UC3, cv::Scalar(3, 70, 255))));
+    ASSERT_TRUE(cv::imwrite(Path("deep_grey.png"), cv::Mat(5, 7, CV_16UC1, cv::Scalar(257 * 9))));
+    ASSERT_TRUE(Read(Path("deep_grey.png")));
+    EXPECT_TRUE(Holds(cv::Mat(5, 7, CV_8UC1, cv::Scalar(9))));
+    ASSERT_TRUE(cv::imwrite(Path("float.tiff"), cv::Mat(5, 7, CV_32FC3, cv::Scalar::all(0.5))));
+    EXPECT_FALSE(Read(Path("float.tiff")));
 }
 
 TEST_F(Pictures, APipeUnderThePicturesNameHoldsNobody)

@@ -1,11 +1,13 @@
 #include "KorvaneVision.h"
+#include "SeededNoise.h"
+#include "TempFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <QFile>
-#include <QTemporaryDir>
 
 #include <cmath>
+#include <cstdint>
 
 using namespace Korvane::CameraCalibration;
 
@@ -15,24 +17,10 @@ namespace
 class MatrixFiles : public ::testing::Test
 {
 protected:
-    std::string Path(const char* pName) const { return m_folder.path().toStdString() + "/" + pName; }
+    std::string Path(const char* pName) const { return m_folder.Path(pName); }
+    std::string Write(const char* pName, const QByteArray& bytes) const { return m_folder.Write(pName, bytes); }
 
-    std::string Write(const char* pName, const QByteArray& bytes) const
-    {
-        QFile file(QString::fromStdString(Path(pName)));
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(bytes);
-        return Path(pName);
-    }
-
-    QByteArray ReadAll(const std::string& strFile) const
-    {
-        QFile file(QString::fromStdString(strFile));
-        EXPECT_TRUE(file.open(QIODevice::ReadOnly));
-        return file.readAll();
-    }
-
-    QTemporaryDir m_folder;
+    TempFolder m_folder;
     const cv::Mat m_matCamera = (cv::Mat_<double>(3, 3) << 2200.25, 0, 1290.5, 0, 2201.75, 970.125, 0, 0, 1);
     const cv::Mat m_matLens = (cv::Mat_<double>(1, 5) << -0.1, 0.02, 1e-4, -2e-4, 0.003);
     const cv::Mat m_matHomography =
@@ -45,7 +33,7 @@ std::vector<QByteArray> Damaged(const QByteArray& good)
     QByteArray nan = good, text = good, rows = good, type = good, key = good;
     nan.replace("1.", ".Nan ");
     text.replace("1.", "word ");
-    rows.replace("<rows>3</rows>", "<rows>1000000</rows>");
+    rows.replace("<rows>3</rows>", "<rows>2000000000</rows>");
     type.replace("<dt>d</dt>", "<dt>999999d</dt>");
     key.replace("HomMat2D", "Other").replace("CameraMatrix", "Other");
     return {"",
@@ -81,7 +69,7 @@ TEST_F(MatrixFiles, ACamerasFileComesBackAsItWasWritten)
 TEST_F(MatrixFiles, AHomographyComesBackAsItWasWrittenUnderItsKey)
 {
     ASSERT_TRUE(SaveHomography(Path("h.xml"), m_matHomography));
-    EXPECT_TRUE(ReadAll(Path("h.xml")).contains("<HomMat2D"));
+    EXPECT_TRUE(m_folder.ReadAll("h.xml").contains("<HomMat2D"));
     cv::Mat homography;
     ASSERT_TRUE(LoadHomography(Path("h.xml"), homography));
     EXPECT_EQ(cv::norm(homography, m_matHomography, cv::NORM_INF), 0.0);
@@ -104,12 +92,51 @@ TEST_F(MatrixFiles, DamagedFilesAreRefusedAndTheOutputsStay)
         EXPECT_NE(GetLastError().find(strFile), std::string::npos);
     };
     for (const char* pGood : {"h.xml", "c.xml"}) {
-        for (const QByteArray& bytes : Damaged(ReadAll(Path(pGood)))) {
+        for (const QByteArray& bytes : Damaged(m_folder.ReadAll(pGood))) {
             expectRefused(Write("bad.xml", bytes), bytes);
         }
     }
     expectRefused(Path("missing.xml"), "a missing file");
-    expectRefused(m_folder.path().toStdString(), "a folder");
+    expectRefused(m_folder.Path(), "a folder");
+}
+
+TEST_F(MatrixFiles, DeeplyNestedTagsAreRefusedBeforeTheyAreFollowed)
+{
+    QByteArray nested = "<?xml version=\"1.0\"?><opencv_storage>";
+    for (int i = 0; i < 100000; ++i) {
+        nested += "<a>";
+    }
+    nested += "</opencv_storage>";
+    cv::Mat homography;
+    EXPECT_FALSE(LoadHomography(Write("nested.xml", nested), homography));
+    EXPECT_NE(GetLastError().find("more than a matrix"), std::string::npos) << GetLastError();
+}
+
+TEST_F(MatrixFiles, AnyChangedBytesAreReadAsFiniteNumbersOrRefused)
+{
+    ASSERT_TRUE(SaveHomography(Path("h.xml"), m_matHomography));
+    ASSERT_TRUE(SaveCameraParameters(Path("c.xml"), m_matCamera, m_matLens, 0.5));
+    for (const char* pGood : {"h.xml", "c.xml"}) {
+        const QByteArray good = m_folder.ReadAll(pGood);
+        for (std::uint64_t i = 0; i < 400; ++i) {
+            QByteArray bytes = good;
+            for (std::uint64_t k = 0; k <= i % 4; ++k) {
+                const std::uint64_t n = Simulator::Mix(i + 1, k);
+                bytes[static_cast<int>(n % static_cast<std::uint64_t>(bytes.size()))] = static_cast<char>(n >> 40);
+            }
+            const std::string strFile = Write("bad.xml", bytes);
+            cv::Mat camera, lens, homography;
+            double error = 0.0;
+            if (LoadHomography(strFile, homography)) {
+                EXPECT_EQ(homography.size(), cv::Size(3, 3));
+                EXPECT_TRUE(cv::checkRange(homography));
+            }
+            if (LoadCameraParameters(strFile, camera, lens, error)) {
+                EXPECT_EQ(camera.size(), cv::Size(3, 3));
+                EXPECT_TRUE(cv::checkRange(camera) && cv::checkRange(lens));
+            }
+        }
+    }
 }
 
 TEST_F(MatrixFiles, WhatIsNoMatrixOfItsKindIsNotWritten)

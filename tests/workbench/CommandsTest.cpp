@@ -10,7 +10,10 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <sys/stat.h>
+
 #include <memory>
+#include <vector>
 
 namespace
 {
@@ -139,7 +142,11 @@ TEST_F(Commands, AnUnreadablePictureIsNamed)
     QFile small(Path("small.png"));
     ASSERT_TRUE(small.open(QIODevice::ReadOnly));
     Write("cut.png", small.read(5000));
-    for (const char* pName : {"text.png", "empty.png", "cut.png", "."}) {
+    std::vector<uchar> jpeg;
+    ASSERT_TRUE(cv::imencode(".jpg", cv::imread(Path("small.png").toStdString()), jpeg));
+    Write("cut.jpg", QByteArray(reinterpret_cast<const char*>(jpeg.data()), static_cast<int>(jpeg.size() / 2)));
+    ASSERT_EQ(mkfifo(Path("pipe.png").toLocal8Bit().constData(), 0600), 0);
+    for (const char* pName : {"text.png", "empty.png", "cut.png", "cut.jpg", "pipe.png", "."}) {
         ExpectFailure(Run(PictureWords(pName, "right.bmp", Path("c.png"))), g_nFailed, "no picture");
     }
 }
