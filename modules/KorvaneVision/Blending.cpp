@@ -24,14 +24,18 @@ constexpr double g_dBorderFadePx = 24.0;
 
 cv::Mat Upright(const cv::Mat& picture, const Korvane::CameraCalibration::ImageDirFlags& flags)
 {
-    cv::Mat turned = picture;
+    // Into memory of its own each time: a header on the caller's picture would be written through.
+    cv::Mat turned;
     if (flags.nRotateCode >= cv::ROTATE_90_CLOCKWISE && flags.nRotateCode <= cv::ROTATE_90_COUNTERCLOCKWISE) {
         cv::rotate(picture, turned, flags.nRotateCode);
+    } else {
+        turned = picture;
     }
-    cv::Mat mirrored = turned;
-    if (flags.bMirrorX || flags.bMirrorY) {
-        cv::flip(turned, mirrored, flags.bMirrorX && flags.bMirrorY ? -1 : flags.bMirrorX ? 1 : 0);
+    if (!flags.bMirrorX && !flags.bMirrorY) {
+        return turned;
     }
+    cv::Mat mirrored;
+    cv::flip(turned, mirrored, flags.bMirrorX && flags.bMirrorY ? -1 : flags.bMirrorX ? 1 : 0);
     return mirrored;
 }
 
@@ -94,11 +98,67 @@ class Side
 {
 public:
     Side(const cv::Size& size, const cv::Matx33d& outFromTurned, double dScale)
-        : m_size(size), m_turnedFromOut(outFromTurned.inv()), m_dScale(dScale)
+        : m_size(size), m_outFromTurned(outFromTurned), m_turnedFromOut(outFromTurned.inv()), m_dScale(dScale)
     {
+        const cv::Point2d middle = Map(m_outFromTurned, 0.5 * (size.width - 1), 0.5 * (size.height - 1));
+        const cv::Matx33d& m = m_turnedFromOut;
+        m_dSign = m(2, 0) * middle.x + m(2, 1) * middle.y + m(2, 2) > 0.0 ? 1.0 : -1.0;
     }
 
-    const cv::Matx33d& TurnedFromOut() const { return m_turnedFromOut; }
+    /// Brings the picture into its place in a frame. What it does not show stays as it is.
+    void Warp(const cv::Mat& turned, cv::Mat& frame) const
+    {
+        std::vector<cv::Point2f> corners;
+        for (const cv::Point2d& corner : {cv::Point2d(0, 0), cv::Point2d(m_size.width, 0),
+                                          cv::Point2d(0, m_size.height), cv::Point2d(m_size.width, m_size.height)}) {
+            const cv::Point2d p = Map(m_outFromTurned, corner.x, corner.y);
+            // A picture may reach far beyond the frame.
+            corners.emplace_back(static_cast<float>(std::clamp(p.x, -10.0, frame.cols + 10.0)),
+                                 static_cast<float>(std::clamp(p.y, -10.0, frame.rows + 10.0)));
+        }
+        const cv::Rect box = cv::boundingRect(corners);
+        const cv::Rect shown =
+            cv::Rect(box.x - 2, box.y - 2, box.width + 4, box.height + 4) & cv::Rect(0, 0, frame.cols, frame.rows);
+        if (shown.empty()) {
+            return;
+        }
+        const cv::Matx33d outFromShown(1.0, 0.0, shown.x, 0.0, 1.0, shown.y, 0.0, 0.0, 1.0);
+        cv::Mat part = frame(shown);
+        cv::warpPerspective(turned, part, m_turnedFromOut * outFromShown, shown.size(),
+                            cv::INTER_LINEAR | cv::WARP_INVERSE_MAP, cv::BORDER_REPLICATE);
+    }
+
+    /// The pixels of a row that show the picture: a picture is convex, so they are one span.
+    cv::Range Inside(int y, int nCols) const
+    {
+        // Every border is a half line of the row: value + slope * x >= 0, all with the sign that w has in the picture.
+        const cv::Matx33d& m = m_turnedFromOut;
+        const auto line = [&](int nRow) {
+            return cv::Vec2d(m_dSign * (m(nRow, 1) * y + m(nRow, 2)), m_dSign * m(nRow, 0));
+        };
+        const cv::Vec2d px = line(0);
+        const cv::Vec2d py = line(1);
+        const cv::Vec2d pw = line(2);
+        double dFrom = -1.0;
+        double dTo = nCols;
+        for (const cv::Vec2d& border : {px, py, (m_size.width - 1.0) * pw - px, (m_size.height - 1.0) * pw - py}) {
+            if (border[1] > 0.0) {
+                dFrom = std::max(dFrom, -border[0] / border[1]);
+            } else if (border[1] < 0.0) {
+                dTo = std::min(dTo, -border[0] / border[1]);
+            }
+        }
+        // The pixel at either end is settled by the very test that the blending uses.
+        int nFrom = static_cast<int>(std::clamp(std::floor(dFrom) - 1.0, 0.0, double(nCols)));
+        int nTo = static_cast<int>(std::clamp(std::ceil(dTo) + 2.0, 0.0, double(nCols)));
+        while (nFrom < nTo && !At(nFrom, y).bInside) {
+            ++nFrom;
+        }
+        while (nTo > nFrom && !At(nTo - 1, y).bInside) {
+            --nTo;
+        }
+        return {nFrom, nTo};
+    }
 
     View At(double x, double y) const
     {
@@ -114,8 +174,9 @@ public:
 
 private:
     cv::Size m_size;
-    cv::Matx33d m_turnedFromOut;
+    cv::Matx33d m_outFromTurned, m_turnedFromOut;
     double m_dScale;
+    double m_dSign = 1.0; ///< of w in the picture
 };
 
 /// Share of the left picture, 0 to 1, with the seam where both are equally far from their centres.
@@ -190,38 +251,102 @@ Match MatchOverlap(const cv::Mat& left, const cv::Mat& right, const Side& leftSi
     return match;
 }
 
+using GainTable = std::array<std::array<float, 256>, 4>;
+using ByteTable = std::array<std::array<unsigned char, 256>, 4>;
+
+GainTable GainsOf(const std::array<double, 4>& gain)
+{
+    GainTable table{};
+    for (std::size_t c = 0; c < 4; ++c) {
+        for (std::size_t n = 0; n < 256; ++n) {
+            table[c][n] = static_cast<float>(static_cast<double>(n) * gain[c]);
+        }
+    }
+    return table;
+}
+
+ByteTable BytesOf(const GainTable& gains)
+{
+    ByteTable table{};
+    for (std::size_t c = 0; c < 4; ++c) {
+        for (std::size_t n = 0; n < 256; ++n) {
+            table[c][n] = cv::saturate_cast<unsigned char>(gains[c][n]);
+        }
+    }
+    return table;
+}
+
+/// Blends rows of N channels. A row falls into spans that show neither picture, one, or both; most pixels show one.
+template <int N> class RowBlender
+{
+public:
+    RowBlender(const Side& leftSide, const Side& rightSide, const Match& match)
+        : m_leftSide(leftSide), m_rightSide(rightSide), m_leftGains(GainsOf(match.gainLeft)),
+          m_rightGains(GainsOf(match.gainRight)), m_leftBytes(BytesOf(m_leftGains)), m_rightBytes(BytesOf(m_rightGains))
+    {
+    }
+
+    void Blend(int y, int nCols, const unsigned char* pLeft, const unsigned char* pRight, unsigned char* pOut) const
+    {
+        const cv::Range left = m_leftSide.Inside(y, nCols);
+        const cv::Range right = m_rightSide.Inside(y, nCols);
+        std::array<int, 6> ends{0, left.start, left.end, right.start, right.end, nCols};
+        std::sort(ends.begin(), ends.end());
+        for (std::size_t i = 0; i + 1 < ends.size(); ++i) {
+            const cv::Range span(ends[i], ends[i + 1]);
+            const bool bLeft = span.start >= left.start && span.end <= left.end;
+            const bool bRight = span.start >= right.start && span.end <= right.end;
+            if (span.empty()) {
+                continue;
+            }
+            if (bLeft && bRight) {
+                BlendSpan(y, span, pLeft, pRight, pOut);
+            } else if (bLeft || bRight) {
+                ShowSpan(span, bLeft ? pLeft : pRight, bLeft ? m_leftBytes : m_rightBytes, pOut);
+            } else {
+                std::fill_n(pOut + N * span.start, N * span.size(), static_cast<unsigned char>(0));
+            }
+        }
+    }
+
+private:
+    static void ShowSpan(const cv::Range& span, const unsigned char* pSource, const ByteTable& bytes,
+                         unsigned char* pOut)
+    {
+        for (int x = N * span.start; x < N * span.end; x += N) {
+            for (int c = 0; c < N; ++c) {
+                pOut[x + c] = bytes[static_cast<std::size_t>(c)][pSource[x + c]];
+            }
+        }
+    }
+
+    void BlendSpan(int y, const cv::Range& span, const unsigned char* pLeft, const unsigned char* pRight,
+                   unsigned char* pOut) const
+    {
+        for (int x = span.start; x < span.end; ++x) {
+            const auto fShare = static_cast<float>(ShareOfLeft(m_leftSide.At(x, y), m_rightSide.At(x, y)));
+            for (int i = N * x, c = 0; c < N; ++i, ++c) {
+                const auto nChannel = static_cast<std::size_t>(c);
+                pOut[i] = cv::saturate_cast<unsigned char>(fShare * m_leftGains[nChannel][pLeft[i]] +
+                                                           (1.0f - fShare) * m_rightGains[nChannel][pRight[i]]);
+            }
+        }
+    }
+
+    const Side& m_leftSide;
+    const Side& m_rightSide;
+    GainTable m_leftGains, m_rightGains;
+    ByteTable m_leftBytes, m_rightBytes;
+};
+
+template <int N>
 void BlendRows(const cv::Mat& left, const cv::Mat& right, const Side& leftSide, const Side& rightSide,
                const Match& match, cv::Mat& out)
 {
-    const int nChannels = left.channels();
-    const auto scaled = [](int nValue, double dGain) { return static_cast<float>(nValue * dGain); };
-    // One table a side and channel: the gain of every byte.
-    std::array<std::array<std::array<float, 256>, 4>, 2> tables{};
-    for (std::size_t c = 0; c < 4; ++c) {
-        for (int n = 0; n < 256; ++n) {
-            tables[0][c][static_cast<std::size_t>(n)] = scaled(n, match.gainLeft[c]);
-            tables[1][c][static_cast<std::size_t>(n)] = scaled(n, match.gainRight[c]);
-        }
-    }
+    const RowBlender<N> blender(leftSide, rightSide, match);
     cv::parallel_for_(cv::Range(0, out.rows), [&](const cv::Range& range) {
         for (int y = range.start; y < range.end; ++y) {
-            const unsigned char* a = left.ptr(y);
-            const unsigned char* b = right.ptr(y);
-            unsigned char* o = out.ptr(y);
-            for (int x = 0; x < out.cols; ++x, a += nChannels, b += nChannels, o += nChannels) {
-                const View leftView = leftSide.At(x, y);
-                const View rightView = rightSide.At(x, y);
-                if (!leftView.bInside && !rightView.bInside) {
-                    std::fill_n(o, nChannels, static_cast<unsigned char>(0));
-                    continue;
-                }
-                const auto fShare = static_cast<float>(ShareOfLeft(leftView, rightView));
-                for (int c = 0; c < nChannels; ++c) {
-                    const auto i = static_cast<std::size_t>(c);
-                    o[c] = cv::saturate_cast<unsigned char>(fShare * tables[0][i][a[c]] +
-                                                            (1.0f - fShare) * tables[1][i][b[c]]);
-                }
-            }
+            blender.Blend(y, out.cols, left.ptr(y), right.ptr(y), out.ptr(y));
         }
     });
 }
@@ -268,18 +393,17 @@ bool DoBlendingImageForDualCam(const cv::Mat& left, const ImageDirFlags& leftFla
         const Side leftSide(turnedLeft.size(), outFromLeft, a);
         const Side rightSide(turnedRight.size(), outFromRight, a);
 
-        cv::Mat warpedLeft;
-        cv::Mat warpedRight;
-        constexpr int nFlags = cv::INTER_LINEAR | cv::WARP_INVERSE_MAP;
-        cv::warpPerspective(turnedLeft, warpedLeft, leftSide.TurnedFromOut(), frame.size, nFlags, cv::BORDER_REPLICATE);
-        cv::warpPerspective(turnedRight, warpedRight, rightSide.TurnedFromOut(), frame.size, nFlags,
-                            cv::BORDER_REPLICATE);
+        cv::Mat warpedLeft(frame.size, left.type());
+        cv::Mat warpedRight(frame.size, left.type());
+        leftSide.Warp(turnedLeft, warpedLeft);
+        rightSide.Warp(turnedRight, warpedRight);
         const Match match = MatchOverlap(warpedLeft, warpedRight, leftSide, rightSide);
         if (match.nRight == 0) {
             return refuse("the homography puts the right picture outside of the blended one");
         }
         cv::Mat blended(frame.size, left.type());
-        BlendRows(warpedLeft, warpedRight, leftSide, rightSide, match, blended);
+        const auto blend = left.channels() == 1 ? &BlendRows<1> : left.channels() == 3 ? &BlendRows<3> : &BlendRows<4>;
+        blend(warpedLeft, warpedRight, leftSide, rightSide, match, blended);
         score = match.dScore;
         dst = blended;
         return true;

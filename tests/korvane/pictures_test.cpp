@@ -175,6 +175,51 @@ TEST(Blending, RotationAndMirrorsBringPicturesUpright)
     EXPECT_EQ(MeanDifference(plain, turned), 0.0);
 }
 
+TEST(Blending, ThePicturesThatAreGivenStayAsTheyAre)
+{
+    const cv::Mat left = Scene(kSize), right = Scene(kSize, 500.0);
+    const cv::Mat leftBefore = left.clone(), rightBefore = right.clone();
+    for (const int nRotateCode : {-1, 0, 1, 2}) {
+        for (const int nMirrors : {0, 1, 2, 3}) {
+            const ImageDirFlags flags(nRotateCode, (nMirrors & 1) != 0, (nMirrors & 2) != 0);
+            cv::Mat out;
+            double dScore = -1.0;
+            ASSERT_TRUE(DoBlendingImageForDualCam(left, flags, right, flags, 1.0, 1.0, Shift(300, 0), dScore, out));
+            EXPECT_EQ(cv::norm(left, leftBefore, cv::NORM_INF), 0.0) << nRotateCode << " " << nMirrors;
+            EXPECT_EQ(cv::norm(right, rightBefore, cv::NORM_INF), 0.0) << nRotateCode << " " << nMirrors;
+        }
+    }
+}
+
+TEST(Blending, PixelsThatNeitherPictureShowsAreBlackAndAllOthersAreFilled)
+{
+    const cv::Mat grey(kSize, CV_8UC3, cv::Scalar::all(200));
+    const std::vector<cv::Mat> homographies{
+        Shift(500, 3), (cv::Mat_<double>(3, 3) << 0.9, -0.2, 450.0, 0.25, 0.95, -60.0, 3.0e-4, -2.0e-4, 1.0),
+        (cv::Mat_<double>(3, 3) << -0.8, 0.3, -900.0, -0.3, -0.8, -20.0, 2.0e-4, 4.0e-4, -1.0)};
+    for (const cv::Mat& homography : homographies) {
+        cv::Mat out;
+        double dScore = -1.0;
+        ASSERT_TRUE(Blend(grey, grey, homography, out, dScore)) << homography;
+        const double dMargin = 0.5 * (out.rows - kSize.height);
+        const cv::Matx33d rightFromLeft = cv::Matx33d(homography).inv();
+        // How far inside a picture a point lies, negative outside.
+        const auto depth = [](double x, double y) {
+            return std::min({x, y, kSize.width - 1.0 - x, kSize.height - 1.0 - y});
+        };
+        for (int y = 0; y < out.rows; ++y) {
+            for (int x = 0; x < out.cols; ++x) {
+                const cv::Vec3d p = rightFromLeft * cv::Vec3d(x, y - dMargin, 1.0);
+                const double dDepth = std::max(depth(x, y - dMargin), depth(p[0] / p[2], p[1] / p[2]));
+                if (std::abs(dDepth) > 1.0e-6) {
+                    ASSERT_EQ(out.at<cv::Vec3b>(y, x), cv::Vec3b::all(dDepth > 0.0 ? 200 : 0))
+                        << homography << " at " << x << " " << y;
+                }
+            }
+        }
+    }
+}
+
 TEST(Blending, TheResultDoesNotDependOnTheNumberOfThreads)
 {
     const int nThreads = cv::getNumThreads();
