@@ -25,7 +25,7 @@ namespace
 {
 
 constexpr std::size_t g_nHeaderBytes = 54;
-constexpr std::size_t g_nPaletteBytes = 256 * 4;
+constexpr std::size_t g_nPaletteBytes = 256UL * 4;
 constexpr long g_nMaxSide = 65500;
 constexpr int g_nRowsPerCall = 256;
 

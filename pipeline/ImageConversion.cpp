@@ -157,15 +157,17 @@ QImage RotateImage(const QImage& image, double dAngle)
     }
     rotated.setColorTable(image.colorTable());
     rotated.fill(Qt::transparent);
+    const cv::Point middle(nWidth / 2, nHeight / 2);
+    const cv::Point newMiddle(nNewWidth / 2, nNewHeight / 2);
     // Formats of less than a byte a pixel copy nothing.
     const auto nBytes = static_cast<std::size_t>(image.depth() / 8);
     for (int y = 0; y < nNewHeight; ++y) {
         uchar* pTarget = rotated.scanLine(y);
-        const int dy = y - nNewHeight / 2;
+        const int dy = y - newMiddle.y;
         for (int x = 0; x < nNewWidth; ++x) {
-            const int dx = x - nNewWidth / 2;
-            const int nColumn = static_cast<int>(dx * dCos + dy * dSin + nWidth / 2);
-            const int nRow = static_cast<int>(-dx * dSin + dy * dCos + nHeight / 2);
+            const int dx = x - newMiddle.x;
+            const int nColumn = static_cast<int>(dx * dCos + dy * dSin + middle.x);
+            const int nRow = static_cast<int>(-dx * dSin + dy * dCos + middle.y);
             if (nColumn >= 0 && nColumn < nWidth && nRow >= 0 && nRow < nHeight) {
                 std::memcpy(pTarget + static_cast<std::size_t>(x) * nBytes,
                             image.constScanLine(nRow) + static_cast<std::size_t>(nColumn) * nBytes, nBytes);

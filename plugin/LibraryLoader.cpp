@@ -165,7 +165,7 @@ void* LoadModule(QString strName, bool bShowError, std::vector<LibraryRecord*>* 
     pRecord->pInstance = pRecord->pfnNewInterface();
     void* const pInstance = pRecord->pInstance;
     CountLoad(*pLibrary, bWasLoaded, pList != nullptr);
-    pLibrary.release();
+    static_cast<void>(pLibrary.release());
     if (pList) {
         pList->push_back(pRecord.release());
     } else {

@@ -12,7 +12,7 @@ namespace
 {
 
 // Bounds for damaged files: a real list holds some dozens of short lines.
-constexpr qint64 g_nMaxFileBytes = 16 * 1024 * 1024;
+constexpr qint64 g_nMaxFileBytes = 16L * 1024 * 1024;
 constexpr qint64 g_nMaxLineLength = 4096;
 
 bool ParseLine(QString strLine, CalibrationPoint& point)

@@ -6,9 +6,10 @@ ctc_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
 ctc_say() { printf '%s\n' "-- $*" >&2; }
 
+# ctc_install_packages [check]: with the word, also what is so marked in the list
 ctc_install_packages() {
     local wanted missing=() package
-    wanted=$(grep -v '^#' "$ctc_root/scripts/packages.txt")
+    wanted=$(awk -v purpose="${1:-}" '!/^#/ && NF && ($2 == "" || $2 == purpose) {print $1}' "$ctc_root/scripts/packages.txt")
     for package in $wanted; do
         dpkg-query -W -f='${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed || missing+=("$package")
     done

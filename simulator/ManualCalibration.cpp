@@ -54,11 +54,12 @@ cv::Mat FitPair(const Machine& machine, Draw& draw)
     };
     std::vector<cv::Point2d> left, right;
     const cv::Size2d bed = machine.WorkAreaMm();
-    for (double y = 5.0; y < bed.height; y += 10.0) {
-        for (double x = 5.0; x < bed.width; x += 10.0) {
-            if (truth.Sees(Side::Left, {x, y}) && truth.Sees(Side::Right, {x, y})) {
-                left.push_back(match(Side::Left, {x, y}));
-                right.push_back(match(Side::Right, {x, y}));
+    for (int y = 5; y < bed.height; y += 10) {
+        for (int x = 5; x < bed.width; x += 10) {
+            const cv::Point2d mm(x, y);
+            if (truth.Sees(Side::Left, mm) && truth.Sees(Side::Right, mm)) {
+                left.push_back(match(Side::Left, mm));
+                right.push_back(match(Side::Right, mm));
             }
         }
     }

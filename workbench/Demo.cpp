@@ -61,9 +61,9 @@ DotOptions DotsOfThisDemo()
 std::vector<Simulator::EngravedDot> DotGrid(const cv::Size2d& areaMm)
 {
     std::vector<Simulator::EngravedDot> dots;
-    for (double y = g_dDotPitchMm / 2; y < areaMm.height; y += g_dDotPitchMm) {
-        for (double x = g_dDotPitchMm / 2; x < areaMm.width; x += g_dDotPitchMm) {
-            dots.push_back({cv::Point2d(x, y), g_dDotRadiusMm});
+    for (int nRow = 0; (nRow + 0.5) * g_dDotPitchMm < areaMm.height; ++nRow) {
+        for (int nCol = 0; (nCol + 0.5) * g_dDotPitchMm < areaMm.width; ++nCol) {
+            dots.push_back({cv::Point2d(nCol + 0.5, nRow + 0.5) * g_dDotPitchMm, g_dDotRadiusMm});
         }
     }
     return dots;

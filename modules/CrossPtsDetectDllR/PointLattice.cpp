@@ -115,6 +115,7 @@ std::optional<std::vector<cv::Point>> Walk(const Points& points, std::size_t nSe
         return std::nullopt;
     }
     std::vector<cv::Point> places;
+    places.reserve(cells.size());
     for (const Cell& cell : cells) {
         places.push_back(cell.place);
     }

@@ -19,6 +19,7 @@ void Rearrange(std::vector<CalibrationPoint>& points, int nRows, int nCols, doub
     const int nCount = static_cast<int>(points.size());
     const int nOwnCols = nRows > 0 ? nCount / nRows : 0;
     std::vector<cv::Point2d> upright;
+    upright.reserve(points.size());
     for (const CalibrationPoint& point : points) {
         upright.emplace_back(dSign * static_cast<double>(point.fImageX), dSign * static_cast<double>(point.fImageY));
     }

@@ -110,6 +110,7 @@ const char* WhatIsWrongWith(const std::vector<CalibrationPoint>& points, long wi
 std::vector<MarkObservation> Observations(const std::vector<Mark>& marks)
 {
     std::vector<MarkObservation> observations;
+    observations.reserve(marks.size());
     for (const Mark& mark : marks) {
         observations.push_back({mark.machineMm, mark.pixel, mark.sigmaPx});
     }
@@ -143,6 +144,7 @@ double TypicalResidualPx(const std::vector<Mark>& marks, const FisheyeModel& mod
 double ArmToLookAtMm(const std::vector<Mark>& marks)
 {
     std::vector<cv::Point2d> surface;
+    surface.reserve(marks.size());
     for (const Mark& mark : marks) {
         surface.emplace_back(mark.machineMm.x, mark.machineMm.y);
     }

@@ -109,8 +109,10 @@ std::optional<Patch> ResamplePatch(const cv::Mat& gray, const LocalView& view, d
             float value = 0.0f;
             bool bInside = true;
             for (int sub = 0; sub < nSub * nSub && bInside; ++sub) {
-                const double dx = nSub == 1 ? 0.0 : 0.5 * (sub % 2) - 0.25;
-                const double dy = nSub == 1 ? 0.0 : 0.5 * (sub / 2) - 0.25;
+                const int nSubCol = sub % 2;
+                const int nSubRow = sub / 2;
+                const double dx = nSub == 1 ? 0.0 : 0.5 * nSubCol - 0.25;
+                const double dy = nSub == 1 ? 0.0 : 0.5 * nSubRow - 0.25;
                 const auto pixel = view.Pixel((col + dx) * patch.stepXMm, (row + dy) * patch.stepYMm);
                 const auto sample = pixel ? Bilinear(gray, *pixel) : std::nullopt;
                 bInside = sample.has_value();
@@ -393,7 +395,8 @@ std::vector<std::vector<const ArmPixel*>> Blocks(const std::vector<ArmPixel>& pi
         }
         const int nBlock = static_cast<int>((along - gapMm) / (armMm - gapMm) * nPerHalf);
         const int nSide = pixel.alongMm < 0.0 ? 0 : nPerHalf;
-        blocks[static_cast<std::size_t>(std::min(nBlock, nPerHalf - 1) + nSide)].push_back(&pixel);
+        blocks[static_cast<std::size_t>(std::min(nBlock, nPerHalf - 1)) + static_cast<std::size_t>(nSide)].push_back(
+            &pixel);
     }
     return blocks;
 }

@@ -238,8 +238,8 @@ FishEyeCalibrationParam PackRecord(const FisheyeModel& model)
         words[WordK1 + i] = model.k[i];
     }
     for (int i = 0; i < 3; ++i) {
-        words[static_cast<std::size_t>(WordRotation + i)] = model.rotation[i];
-        words[static_cast<std::size_t>(WordTranslation + i)] = model.translationMm[i];
+        words[WordRotation + static_cast<std::size_t>(i)] = model.rotation[i];
+        words[WordTranslation + static_cast<std::size_t>(i)] = model.translationMm[i];
     }
     words[WordResidual] = model.residualPx;
     words[WordMaxTheta] = model.maxThetaRad;
@@ -286,8 +286,8 @@ std::optional<FisheyeModel> UnpackRecord(const FishEyeCalibrationParam& record, 
         model.k[i] = words[WordK1 + i];
     }
     for (int i = 0; i < 3; ++i) {
-        model.rotation[i] = words[static_cast<std::size_t>(WordRotation + i)];
-        model.translationMm[i] = words[static_cast<std::size_t>(WordTranslation + i)];
+        model.rotation[i] = words[WordRotation + static_cast<std::size_t>(i)];
+        model.translationMm[i] = words[WordTranslation + static_cast<std::size_t>(i)];
     }
     model.residualPx = words[WordResidual];
     model.maxThetaRad = words[WordMaxTheta];

@@ -168,6 +168,7 @@ struct Ratio {
 void FitLine(const std::vector<Ratio>& ratios, double yMid, double& dValue, double& dSlope)
 {
     std::vector<double> sorted;
+    sorted.reserve(ratios.size());
     for (const Ratio& ratio : ratios) {
         sorted.push_back(ratio.logRatio);
     }

@@ -190,7 +190,7 @@ template <int nChannels> TARGET_AVX2 void SingleAvx2(const CellSource& source, c
         const Ramp x = source.x.Row(nRow);
         const Ramp y = source.y.Row(nRow);
         unsigned char* pTarget = target.pPixels + static_cast<std::size_t>(nRow) * target.nStride;
-        for (int i = 0; i < target.nCols; i += kStep, pTarget += kStep * nChannels) {
+        for (int i = 0; i < target.nCols; i += kStep, pTarget += std::ptrdiff_t{kStep} * nChannels) {
             StoreEight<nChannels>(SampleEight<nChannels>(source, minusGain, RampAt(x, i), RampAt(y, i)), pTarget);
         }
     }
@@ -213,7 +213,7 @@ TARGET_AVX2 void BlendAvx2(const CellSource& first, const CellSource& second, co
         const Ramp secondY = second.y.Row(nRow);
         const Ramp shares = share.Row(nRow);
         unsigned char* pTarget = target.pPixels + static_cast<std::size_t>(nRow) * target.nStride;
-        for (int i = 0; i < target.nCols; i += kStep, pTarget += kStep * nChannels) {
+        for (int i = 0; i < target.nCols; i += kStep, pTarget += std::ptrdiff_t{kStep} * nChannels) {
             const EightPixels a = SampleEight<nChannels>(first, firstMinusGain, RampAt(firstX, i), RampAt(firstY, i));
             const EightPixels b =
                 SampleEight<nChannels>(second, secondMinusGain, RampAt(secondX, i), RampAt(secondY, i));

@@ -43,7 +43,7 @@ public:
     CellRamp(std::int64_t nUpperLeft, std::int64_t nUpperRight, std::int64_t nLowerLeft, std::int64_t nLowerRight)
         : m_nStart(nUpperLeft + kHalf), m_nAcross((nUpperRight - nUpperLeft) / kCellSide + kHalf),
           m_nDown((nLowerLeft - nUpperLeft) / kCellSide),
-          m_nTwist((nLowerRight - nLowerLeft - nUpperRight + nUpperLeft) / (kCellSide * kCellSide))
+          m_nTwist((nLowerRight - nLowerLeft - nUpperRight + nUpperLeft) / (std::int64_t{kCellSide} * kCellSide))
     {
     }
 

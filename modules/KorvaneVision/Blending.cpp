@@ -215,8 +215,8 @@ Match MatchOverlap(const cv::Mat& left, const cv::Mat& right, const Side& leftSi
             if (!bRight || !leftSide.At(x, y).bInside) {
                 continue;
             }
-            const unsigned char* a = left.ptr(y) + x * nChannels;
-            const unsigned char* b = right.ptr(y) + x * nChannels;
+            const unsigned char* a = left.ptr(y, x);
+            const unsigned char* b = right.ptr(y, x);
             const auto isExposed = [nChannels](const unsigned char* p) {
                 return std::all_of(p, p + nChannels, [](unsigned char n) { return n > 4 && n < 251; });
             };

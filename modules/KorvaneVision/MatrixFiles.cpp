@@ -14,7 +14,7 @@
 namespace
 {
 
-constexpr std::uintmax_t g_nMaxFileBytes = 1024 * 1024;
+constexpr std::uintmax_t g_nMaxFileBytes = 1024UL * 1024;
 
 /// The whole text of a storage file; throws what to tell about one that cannot be one of ours.
 std::string ReadText(const std::string& strFile)

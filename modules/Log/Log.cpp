@@ -23,9 +23,9 @@
 namespace
 {
 
-constexpr long g_nMaxFileBytes = 1024 * 1024;
+constexpr long g_nMaxFileBytes = 1024L * 1024;
 constexpr int g_nOldFiles = 4;
-constexpr std::size_t g_nMaxTextBytes = 16 * 1024;
+constexpr std::size_t g_nMaxTextBytes = 16UL * 1024;
 
 std::string DefaultFile()
 {

@@ -14,12 +14,12 @@ CUiPermissionsManager* CUiPermissionsManager::GetInstance()
 // this is the product with the default theme. Read anew on every call, so that it needs no lock.
 QString CUiPermissionsManager::GetThemeName()
 {
-    const QString strDefault = "Quillboost";
+    QString strDefault = "Quillboost";
     if (!QCoreApplication::instance()) {
         return strDefault;
     }
     const QString strFile = QCoreApplication::applicationDirPath() + "/../Resources/theme.ini";
-    constexpr qint64 nMaxBytes = 64 * 1024;
+    constexpr qint64 nMaxBytes = 64L * 1024;
     const QFileInfo info(strFile);
     if (!info.exists() || info.size() > nMaxBytes) {
         return strDefault;

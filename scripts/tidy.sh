@@ -1,0 +1,45 @@
+#!/usr/bin/env bash
+# Runs clang-tidy with the checks of .clang-tidy over the sources of every room that ships; tests and benchmarks are not
+# looked at. A source whose object and whose checks are older than its last clean run is skipped. The last line is the
+# verdict.
+. "$(dirname "${BASH_SOURCE[0]}")/prepare.sh"
+ctc_install_packages check
+ctc_build dev
+build=$ctc_root/build/dev
+export ctc_root build
+
+# Prints "source<TAB>object" for each source of ours, once, from the build's own list of commands.
+list_sources() {
+    awk -v root="$ctc_root/" '
+        /^ *"command":/ { object = match($0, / -o [^ ]+\.o /) ? substr($0, RSTART + 4, RLENGTH - 5) : "" }
+        /^ *"file":/ {
+            file = $0
+            sub(/^ *"file": "/, "", file); sub(/",?$/, "", file)
+            if (index(file, root) != 1 || file !~ /\.cpp$/ || seen[file]++) next
+            room = substr(file, length(root) + 1)
+            if (room !~ /^(build|tests|benchmarks)\// && object != "") print room "\t" object
+        }' "$build/compile_commands.json"
+}
+
+look_at() {
+    local source=$1 object=$2 stamp
+    stamp=$build/tidy/$source
+    [ "$stamp" -nt "$build/$object" ] && [ "$stamp" -nt "$ctc_root/.clang-tidy" ] && return 0
+    mkdir -p "$(dirname "$stamp")"
+    if clang-tidy --quiet -p "$build" "$ctc_root/$source" >"$stamp.log" 2>&1; then
+        mv "$stamp.log" "$stamp"
+    else
+        grep -v ' warnings\? generated\|^Suppressed \|^Use -header-filter' "$stamp.log"
+        rm -f "$stamp.log"
+        return 1
+    fi
+}
+export -f look_at
+
+ctc_say "running clang-tidy over $(list_sources | wc -l) sources"
+if list_sources | tr '\t\n' '\0\0' | xargs -0 -n 2 -P "$(nproc)" bash -c 'look_at "$1" "$2"' tidy; then
+    echo "tidy: clean"
+else
+    echo "tidy: FAILED, see above"
+    exit 1
+fi
