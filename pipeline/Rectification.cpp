@@ -57,18 +57,18 @@ bool WritePicture(const cv::Mat& picture, const QString& strFile)
 
 /// The pictures go through files, because the module that reads them is what fills the raw buffers. The grey copy is
 /// made as the calibration makes it and is not kept.
-/// @param pBuffer  what the module handed out last, so that it can use it again
+/// @param buffer   what the module handed out last, so that it can use it again
 /// @param pPixels  null where this picture did not come back: the fusion must not meet the one before it
-void WriteAndReadBack(const cv::Mat& picture, const QString& strFile, unsigned char*& pBuffer, unsigned char*& pPixels,
+void WriteAndReadBack(const cv::Mat& picture, const QString& strFile, PictureBuffer& buffer, unsigned char*& pPixels,
                       long& nWidth, long& nHeight, int& nBits, ScratchBuffer& greyBuffer)
 {
     pPixels = nullptr;
     const bool bWritten = WritePicture(picture, strFile);
-    const bool bRead = Read_Image(pBuffer, nWidth, nHeight, nBits, strFile.toLocal8Bit().constData());
+    const bool bRead = Read_Image(buffer.Pixels(), nWidth, nHeight, nBits, strFile.toLocal8Bit().constData());
     if (!bRead || !bWritten) {
         return;
     }
-    pPixels = pBuffer;
+    pPixels = buffer.Pixels();
     const std::size_t nGreyBytes = PictureBytes(nWidth, nHeight, 8);
     unsigned char* pGrey = greyBuffer.Reserve(nGreyBytes);
     if (!pGrey || !pPixels) {
@@ -116,9 +116,9 @@ int CalibrateTwoCameraIns::CalibImage(const cv::Mat& left, const cv::Mat& right,
 int CalibrateTwoCameraIns::CalibImageAutomatic(const cv::Mat& left, const cv::Mat& right, const QString& strRoot)
 {
     const QString strScratch = strRoot + Pipeline::strScratchFolder;
-    WriteAndReadBack(left, strScratch + "DualCamBeforeCalibrate_LeftTemp.bmp", m_pLeftBuffer, m_pLeftPixels,
+    WriteAndReadBack(left, strScratch + "DualCamBeforeCalibrate_LeftTemp.bmp", m_leftBuffer, m_pLeftPixels,
                      m_nLeftWidth, m_nLeftHeight, m_nLeftBits, m_greyBuffer);
-    WriteAndReadBack(right, strScratch + "DualCamBeforeCalibrate_RightTemp.bmp", m_pRightBuffer, m_pRightPixels,
+    WriteAndReadBack(right, strScratch + "DualCamBeforeCalibrate_RightTemp.bmp", m_rightBuffer, m_pRightPixels,
                      m_nRightWidth, m_nRightHeight, m_nRightBits, m_greyBuffer);
     if (m_nLeftBits != m_nRightBits) {
         ILog_WriteLogF(1, "%s, The depth of the left and right images is inconsistent. !", g_pCalibImage);

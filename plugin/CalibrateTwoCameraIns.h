@@ -7,6 +7,7 @@
 #include "CalibrationPoint.h"
 #include "FishEyeParams.h"
 #include "ICalibrate.h"
+#include "PictureBuffer.h"
 #include "ScratchBuffer.h"
 
 #include <opencv2/core/mat.hpp>
@@ -87,8 +88,8 @@ private:
     FishEyeCalibrationParam m_leftFishEyeParam;
     FishEyeCalibrationParam m_rightFishEyeParam;
 
-    unsigned char* m_pLeftBuffer = nullptr;  ///< owned by the module that read the picture
-    unsigned char* m_pRightBuffer = nullptr; ///< owned by the module that read the picture
+    PictureBuffer m_leftBuffer;
+    PictureBuffer m_rightBuffer;
     ScratchBuffer m_greyBuffer;
     ScratchBuffer m_correctedBuffer;
     ScratchBuffer m_stitchedBuffer; ///< for what is no colour picture

@@ -24,7 +24,10 @@ void Rearrange(std::vector<CalibrationPoint>& points, int nRows, int nCols, doub
         upright.emplace_back(dSign * static_cast<double>(point.fImageX), dSign * static_cast<double>(point.fImageY));
     }
     // Ids run over the whole grid, so a camera cannot see more columns than the grid has, and each id must be an int.
-    const bool bGrid = nOwnCols <= nCols && static_cast<long>(nRows) * nCols <= std::numeric_limits<int>::max();
+    // The walk over a lattice takes the square of its points, so more than any machine engraves are none.
+    constexpr std::size_t nMostPoints = 5000;
+    const bool bGrid = points.size() <= nMostPoints && nOwnCols <= nCols &&
+                       static_cast<long>(nRows) * nCols <= std::numeric_limits<int>::max();
     const auto places = bGrid ? CrossPts::FitLattice(upright, nRows, nOwnCols) : std::nullopt;
     if (!places) {
         ILog_WriteLogF(2, "%s: %d points do not form a lattice of %d rows", pOperation, nCount, nRows);

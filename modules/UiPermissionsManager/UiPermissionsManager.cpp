@@ -21,7 +21,8 @@ QString CUiPermissionsManager::GetThemeName()
     const QString strFile = QCoreApplication::applicationDirPath() + "/../Resources/theme.ini";
     constexpr qint64 nMaxBytes = 64L * 1024;
     const QFileInfo info(strFile);
-    if (!info.exists() || info.size() > nMaxBytes) {
+    // Plain files only: a pipe under the name would hold the caller for good.
+    if (!info.isFile() || info.size() > nMaxBytes) {
         return strDefault;
     }
     return QSettings(strFile, QSettings::IniFormat).value("UI/THEME", strDefault).toString();

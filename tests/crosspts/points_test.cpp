@@ -156,6 +156,17 @@ TEST(Rearrange, SizesThatNoGridHasAreSurvived)
     EXPECT_TRUE(none.empty());
 }
 
+TEST(Rearrange, MorePointsThanAnyGridHasAreRefusedAtOnce)
+{
+    std::vector<CalibrationPoint> points(400000);
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        points[i].fImageX = static_cast<float>(i % 400);
+        points[i].fImageY = static_cast<float>(i / 400);
+    }
+    RightPtsRearrange(points, 1000, 400);
+    ExpectAllOne(points);
+}
+
 TEST(Points, AnAddedPointTakesTheFirstFreeId)
 {
     std::vector<CalibrationPoint> points;

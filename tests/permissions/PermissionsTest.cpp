@@ -6,6 +6,8 @@
 #include <QDir>
 #include <QFile>
 
+#include <sys/stat.h>
+
 namespace
 {
 
@@ -61,4 +63,14 @@ TEST_F(Permissions, DamagedFilesGiveTheDefault)
     EXPECT_EQ(ThemeName(), "Quillboost");
     Write("[UI]\nTHEME=Quillmark\n" + QByteArray(100000, '\n'));
     EXPECT_EQ(ThemeName(), "Quillboost");
+}
+
+TEST_F(Permissions, AFolderOrAPipeInPlaceOfTheFileGivesTheDefaultAtOnce)
+{
+    ASSERT_TRUE(QDir().mkpath(m_strFolder + "/theme.ini"));
+    EXPECT_EQ(ThemeName(), "Quillboost");
+    ASSERT_TRUE(QDir().rmdir(m_strFolder + "/theme.ini"));
+    ASSERT_EQ(mkfifo((m_strFolder + "/theme.ini").toLocal8Bit().constData(), 0600), 0);
+    EXPECT_EQ(ThemeName(), "Quillboost");
+    QFile::remove(m_strFolder + "/theme.ini");
 }
