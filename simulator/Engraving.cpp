@@ -12,6 +12,8 @@ namespace
 {
 
 constexpr int kTilePx = 32;
+/// Far more than it takes to burn a tile all over; what comes on top would only cost time.
+constexpr std::size_t kMaxMarksOfTile = 4096;
 constexpr double kStepMm = 2.0;
 /// Half a step at the highest density of pixels, and the blur.
 constexpr double kReachPx = 10.0;
@@ -75,7 +77,7 @@ public:
         for (int y = std::max(y0, 0); y <= std::min(y1, m_nRows - 1); ++y) {
             for (int x = std::max(x0, 0); x <= std::min(x1, m_nCols - 1); ++x) {
                 std::vector<std::uint32_t>& marks = m_vecTiles[Index(x, y)];
-                if (marks.empty() || marks.back() != nMark) {
+                if (marks.size() < kMaxMarksOfTile && (marks.empty() || marks.back() != nMark)) {
                     marks.push_back(nMark);
                 }
             }

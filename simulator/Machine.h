@@ -50,7 +50,7 @@ struct MicroLineReading {
     std::size_t nSegments = 0; ///< segments read
     std::size_t nEngraved = 0; ///< of these, how many touch the bed
     bool bComplete = false;    ///< every ring came back to its first link and every number was one
-    std::string strProblem;    ///< what was wrong otherwise
+    std::string strProblem;    ///< the first thing that was wrong otherwise, and how many more there are
 };
 
 /// Reads the segments of a document, walking `pNext` only. A broken ring ends where it breaks, a node without a segment

@@ -1,53 +1,16 @@
 #include "Machine.h"
 #include "MicroLine.h"
+#include "MicroLineCopy.h"
+
+#include "MicroLinePattern.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <deque>
+#include <limits>
+#include <vector>
 
 using namespace Simulator;
-
-namespace
-{
-
-/// A document of rings, one segment a node, that stays alive with this object.
-class Pattern
-{
-public:
-    Pattern() { m_document.pLayer = &m_layer; }
-
-    void Add(double x0, double y0, double x1, double y1)
-    {
-        MicroLineSegment& segment = m_segments.emplace_back();
-        segment.dX0 = x0;
-        segment.dY0 = y0;
-        segment.dX1 = x1;
-        segment.dY1 = y1;
-        segment.pNext = &segment;
-        MicroLineNode& node = m_nodes.emplace_back();
-        node.pSegment = &segment;
-        m_layer.pFirstNode = &m_nodes.front();
-        node.pNext = &m_nodes.front();
-        if (m_nodes.size() > 1) {
-            m_nodes[m_nodes.size() - 2].pNext = &node;
-        }
-    }
-
-    MicroLineReading Read()
-    {
-        m_lines.clear();
-        return ReadMicroLine(m_document, m_lines);
-    }
-
-    MicroLineDocument m_document;
-    MicroLineLayer m_layer;
-    std::deque<MicroLineNode> m_nodes;
-    std::deque<MicroLineSegment> m_segments;
-    std::vector<EngravedLine> m_lines;
-};
-
-} // namespace
 
 class MicroLine : public ::testing::Test
 {
@@ -83,12 +46,12 @@ TEST_F(MicroLine, OnlyNextLinksAreFollowed)
 TEST_F(MicroLine, ADocumentWithoutLayerOrNodeIsEmpty)
 {
     m_pattern.m_layer.pFirstNode = nullptr;
-    EXPECT_FALSE(m_pattern.Read().bComplete);
+    EXPECT_EQ(m_pattern.Read().strProblem, "the layer has no node");
     m_pattern.m_document.pLayer = nullptr;
     const MicroLineReading reading = m_pattern.Read();
     EXPECT_FALSE(reading.bComplete);
     EXPECT_EQ(reading.nSegments, 0u);
-    EXPECT_FALSE(reading.strProblem.empty());
+    EXPECT_EQ(reading.strProblem, "the document has no layer");
 }
 
 TEST_F(MicroLine, ANodeWithoutSegmentIsPassedOver)
@@ -97,6 +60,7 @@ TEST_F(MicroLine, ANodeWithoutSegmentIsPassedOver)
     const MicroLineReading reading = m_pattern.Read();
     EXPECT_FALSE(reading.bComplete);
     EXPECT_EQ(reading.nSegments, 2u);
+    EXPECT_EQ(reading.strProblem, "node 1 has no segment");
 }
 
 TEST_F(MicroLine, AnOpenRingEndsAtItsLastLink)
@@ -105,6 +69,7 @@ TEST_F(MicroLine, AnOpenRingEndsAtItsLastLink)
     const MicroLineReading reading = m_pattern.Read();
     EXPECT_FALSE(reading.bComplete);
     EXPECT_EQ(reading.nSegments, 2u);
+    EXPECT_EQ(reading.strProblem, "the ring of nodes is open: a pNext is null");
 }
 
 TEST_F(MicroLine, ARingThatMissesItsFirstNodeEnds)
@@ -113,6 +78,7 @@ TEST_F(MicroLine, ARingThatMissesItsFirstNodeEnds)
     const MicroLineReading reading = m_pattern.Read();
     EXPECT_FALSE(reading.bComplete);
     EXPECT_EQ(reading.nSegments, 3u);
+    EXPECT_EQ(reading.strProblem, "the ring of nodes does not come back to its first link");
 }
 
 TEST_F(MicroLine, ARingOfSegmentsThatMissesItsFirstEnds)
@@ -121,33 +87,106 @@ TEST_F(MicroLine, ARingOfSegmentsThatMissesItsFirstEnds)
     const MicroLineReading reading = m_pattern.Read();
     EXPECT_FALSE(reading.bComplete);
     EXPECT_EQ(reading.nSegments, 4u) << "the second segment is met from the first node and from its own";
+    EXPECT_EQ(reading.strProblem, "the ring of segments of node 0 does not come back to its first link");
 }
 
 TEST_F(MicroLine, NumbersThatAreNoneAreLeftOut)
 {
-    m_pattern.m_segments[1].dX1 = std::nan("");
+    const double dInfinity = std::numeric_limits<double>::infinity();
+    for (const double dBad : {std::nan(""), dInfinity, -dInfinity}) {
+        for (double MicroLineSegment::*pMember :
+             {&MicroLineSegment::dX0, &MicroLineSegment::dY0, &MicroLineSegment::dX1, &MicroLineSegment::dY1}) {
+            Pattern pattern;
+            pattern.Add(0, 0, 1, 1);
+            pattern.Add(2, 2, 3, 3);
+            pattern.m_segments[1].*pMember = dBad;
+            const MicroLineReading reading = pattern.Read();
+            EXPECT_FALSE(reading.bComplete);
+            EXPECT_EQ(reading.nSegments, 1u);
+            EXPECT_EQ(reading.strProblem, "node 1 has a coordinate that is no finite number");
+        }
+    }
+}
+
+TEST_F(MicroLine, TheFirstProblemIsToldAndTheOthersAreCounted)
+{
+    m_pattern.m_nodes[1].pSegment = nullptr;
+    m_pattern.m_segments[2].dX0 = std::nan("");
+    m_pattern.m_nodes[2].pNext = nullptr;
+    EXPECT_EQ(m_pattern.Read().strProblem, "node 1 has no segment, and 2 more");
+}
+
+TEST_F(MicroLine, ALayerBehindTheFirstIsToldAndNotRead)
+{
+    MicroLineLayer second;
+    m_pattern.m_layer.pNext = &second;
     const MicroLineReading reading = m_pattern.Read();
-    EXPECT_FALSE(reading.bComplete);
+    EXPECT_EQ(reading.nSegments, 3u);
+    EXPECT_EQ(reading.strProblem, "the document has more than one layer; only the first is read");
+    m_pattern.m_layer.pNext = &m_pattern.m_layer;
+    EXPECT_TRUE(m_pattern.Read().bComplete);
+}
+
+TEST_F(MicroLine, NumbersBeyondAnyBedAreReadAndNotEngraved)
+{
+    Pattern pattern;
+    pattern.Add(-1e308, 100, 1e308, 100);
+    pattern.Add(1e300, 1e300, 1e301, 1e301);
+    Machine machine(Machine::Kind::Automatic, 32);
+    const MicroLineReading reading = machine.EngraveMicroLine(pattern.m_document);
+    EXPECT_TRUE(reading.bComplete);
     EXPECT_EQ(reading.nSegments, 2u);
+    EXPECT_EQ(reading.nEngraved, 0u);
+}
+
+TEST_F(MicroLine, WhatIsSoundInABrokenDocumentIsEngraved)
+{
+    m_pattern.m_nodes[1].pNext = nullptr;
+    m_pattern.m_segments[0].dY1 = std::nan("");
+    Machine machine(Machine::Kind::Automatic, 33);
+    const MicroLineReading reading = machine.EngraveMicroLine(m_pattern.m_document);
+    EXPECT_EQ(reading.nEngraved, 1u);
+    EXPECT_EQ(reading.strProblem, "node 0 has a coordinate that is no finite number, and 1 more");
+    EXPECT_FALSE(machine.Snap(Side::Right).empty());
 }
 
 TEST(MicroLineBounds, ARingThatNoPatternHasIsCutOff)
 {
-    std::vector<MicroLineNode> nodes(1100000);
-    MicroLineSegment segment;
-    segment.pNext = &segment;
-    for (std::size_t i = 0; i < nodes.size(); ++i) {
-        nodes[i].pSegment = &segment;
-        nodes[i].pNext = &nodes[(i + 1) % nodes.size()];
+    for (const std::size_t nNodes : {1000000u, 1000001u}) {
+        std::vector<MicroLineNode> nodes(nNodes);
+        MicroLineSegment segment;
+        segment.pNext = &segment;
+        for (std::size_t i = 0; i < nodes.size(); ++i) {
+            nodes[i].pSegment = &segment;
+            nodes[i].pNext = &nodes[(i + 1) % nodes.size()];
+        }
+        MicroLineLayer layer;
+        layer.pFirstNode = nodes.data();
+        MicroLineDocument document;
+        document.pLayer = &layer;
+        std::vector<EngravedLine> lines;
+        const MicroLineReading reading = ReadMicroLine(document, lines);
+        EXPECT_EQ(reading.nSegments, 1000000u);
+        EXPECT_EQ(reading.strProblem, nNodes == 1000000u ? "" : "the ring of nodes is longer than any pattern");
+        EXPECT_EQ(MicroLineCopy(document).Reading().nSegments, 1000000u);
     }
-    MicroLineLayer layer;
-    layer.pFirstNode = nodes.data();
-    MicroLineDocument document;
-    document.pLayer = &layer;
-    std::vector<EngravedLine> lines;
-    const MicroLineReading reading = ReadMicroLine(document, lines);
-    EXPECT_FALSE(reading.bComplete);
+}
+
+TEST(MicroLineBounds, RingsOfSegmentsShareOneBound)
+{
+    // Every node leads into the same long ring.
+    std::vector<MicroLineSegment> segments(300000);
+    for (std::size_t i = 0; i < segments.size(); ++i) {
+        segments[i].pNext = &segments[(i + 1) % segments.size()];
+    }
+    Pattern pattern;
+    for (int i = 0; i < 10; ++i) {
+        pattern.Add(0, 0, 1, 1);
+        pattern.m_nodes.back().pSegment = segments.data();
+    }
+    const MicroLineReading reading = pattern.Read();
     EXPECT_EQ(reading.nSegments, 1000000u);
+    EXPECT_EQ(reading.strProblem, "the ring of segments of node 3 is longer than any pattern, and 6 more");
 }
 
 TEST(MicroLineEngraving, TheGridAsADocumentGivesThePictureOfTheGrid)
@@ -164,4 +203,16 @@ TEST(MicroLineEngraving, TheGridAsADocumentGivesThePictureOfTheGrid)
     EXPECT_EQ(reading.nSegments, 4u);
     EXPECT_EQ(reading.nEngraved, 3u) << "the last one is off the bed";
     EXPECT_EQ(cv::norm(direct.Snap(Side::Right), sent.Snap(Side::Right), cv::NORM_INF), 0.0);
+}
+
+TEST(MicroLineEngraving, StrokesWithoutNumberInOnePlaceAreDrawnAsFarAsTheyShow)
+{
+    Machine few(Machine::Kind::Automatic, 34), many(Machine::Kind::Automatic, 34);
+    const EngravedLine line{{900, 400}, {940, 400}};
+    const EngravedLine elsewhere{{1000, 500}, {1000, 540}};
+    for (auto [pMachine, nLines] : {std::pair(&few, 4096u), {&many, 100000u}}) {
+        pMachine->EngraveLines(std::vector<EngravedLine>(nLines, line));
+        pMachine->EngraveLines({elsewhere});
+    }
+    EXPECT_EQ(cv::norm(few.Snap(Side::Right), many.Snap(Side::Right), cv::NORM_INF), 0.0);
 }
