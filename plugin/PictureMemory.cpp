@@ -6,8 +6,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <cstring>
+#include <memory>
 
 void PreferLargePages(void* pMemory, std::size_t nBytes)
 {
@@ -17,10 +17,12 @@ void PreferLargePages(void* pMemory, std::size_t nBytes)
         return;
     }
     // Only the pages that lie wholly inside: those at the ends may hold something else.
-    const auto nPage = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
-    const auto nFrom = (reinterpret_cast<std::uintptr_t>(pMemory) + nPage - 1) / nPage * nPage;
-    const auto nTo = (reinterpret_cast<std::uintptr_t>(pMemory) + nBytes) / nPage * nPage;
-    madvise(reinterpret_cast<void*>(nFrom), nTo - nFrom, MADV_HUGEPAGE);
+    const auto nPage = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    std::size_t nRest = nBytes;
+    void* pFrom = pMemory;
+    if (std::align(nPage, nPage, pFrom, nRest)) {
+        madvise(pFrom, nRest / nPage * nPage, MADV_HUGEPAGE);
+    }
 #else
     static_cast<void>(pMemory);
     static_cast<void>(nBytes);

@@ -304,7 +304,8 @@ public:
             } else if (bLeft || bRight) {
                 ShowSpan(span, bLeft ? pLeft : pRight, bLeft ? m_leftBytes : m_rightBytes, pOut);
             } else {
-                std::fill_n(pOut + N * span.start, N * span.size(), static_cast<unsigned char>(0));
+                std::fill(pOut + std::ptrdiff_t{N} * span.start, pOut + std::ptrdiff_t{N} * span.end,
+                          static_cast<unsigned char>(0));
             }
         }
     }

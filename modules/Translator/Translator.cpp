@@ -105,7 +105,7 @@ QString Translator_LanguageFor(const QStringList& listPreferred)
     const QStringList listAvailable = Translator_AvailableLanguages();
     for (const QString& strPreferred : listPreferred) {
         // "de-DE" and "de_DE" are German too.
-        const QString strLanguage = strPreferred.section('-', 0, 0).section('_', 0, 0).toLower();
+        QString strLanguage = strPreferred.section('-', 0, 0).section('_', 0, 0).toLower();
         if (listAvailable.contains(strLanguage)) {
             return strLanguage;
         }
