@@ -1,0 +1,20 @@
+#pragma once
+
+// Makes sources from what the settings say, one for each camera of the process: all instances that open a camera share
+// its source.
+
+#include "CameraSettings.h"
+#include "CameraSource.h"
+
+#include <memory>
+
+namespace Camera
+{
+
+/// @param camera       name and source: `sim:left`, `sim:right`, or the path of a folder, a picture, a video file or a
+///                     device
+/// @param strIniFolder where relative paths begin
+/// @return null with one log line when there is nothing at the path or the source is of no known sort
+std::shared_ptr<CameraSource> SharedSource(const NamedSource& camera, const QString& strIniFolder);
+
+} // namespace Camera
