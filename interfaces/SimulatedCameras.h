@@ -12,8 +12,7 @@ struct ISimulatedCameras {
     /// One frame of one side.
     /// @param szSide   "left" or "right"
     /// @param picture  empty when it comes in; 8-bit grey or BGR pixels are delivered as they are, others converted.
-    /// The
-    ///                 module copies them before this object is called again.
+    ///                 The module copies them before this object is called again.
     /// @return 0 is success
     /// Called on the thread that snaps, never by two threads at once. It must not wait for a thread that may be inside
     /// `SetSimulatedCameras`, nor call that itself.

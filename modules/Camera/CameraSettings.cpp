@@ -109,7 +109,7 @@ std::string PureName(const char* pName)
     if (!pName) {
         return {};
     }
-    const std::string strName(pName, strnlen(pName, g_nMaxAskedBytes));
+    std::string strName(pName, strnlen(pName, g_nMaxAskedBytes));
     std::size_t nEnd = 1;
     while (nEnd < strName.size() && std::isdigit(static_cast<unsigned char>(strName[nEnd]))) {
         ++nEnd;

@@ -13,7 +13,7 @@
 namespace
 {
 
-class OneGrey : public ISimulatedCameras
+class OneGrey final : public ISimulatedCameras
 {
 public:
     int Snap(const char* szSide, cv::Mat& picture) override
