@@ -57,7 +57,8 @@ QSize SizeMm(const QString& strWord)
     const QSize size(match.captured(1).toInt(), match.captured(2).toInt());
     if (!match.hasMatch() || size.width() < 1 || size.height() < 1 || size.width() > 5000 || size.height() > 5000) {
         throw Wrong(
-            QString("The work area must be given as WIDTHxHEIGHT in whole millimetres, not '%1'.").arg(strWord));
+            QString("The work area must be given as WIDTHxHEIGHT in whole millimetres, at most 5000x5000, not '%1'.")
+                .arg(strWord));
     }
     return size;
 }
@@ -106,7 +107,8 @@ void TakePlainWords(CommandLine& line, const QStringList& listPlain)
 CommandLine ParseCommandLine(const QStringList& listWords)
 {
     CommandLine line;
-    if (listWords.isEmpty() || listWords.contains("--help") || listWords.contains("-h")) {
+    if (listWords.isEmpty() || listWords.first() == "help" || listWords.contains("--help") ||
+        listWords.contains("-h")) {
         line.strCommand = "help";
         return line;
     }
@@ -129,13 +131,16 @@ CommandLine ParseCommandLine(const QStringList& listWords)
             listPlain.append(strWord);
             continue;
         }
-        if (!listKnown.contains(strWord)) {
-            throw Wrong(QString("%1 has no option '%2'.").arg(line.strCommand, strWord));
+        // "--name value" or "--name=value"
+        const QString strName = strWord.section('=', 0, 0);
+        if (!listKnown.contains(strName)) {
+            throw Wrong(QString("%1 has no option '%2'.").arg(line.strCommand, strName));
         }
-        if (i + 1 >= listWords.size() || listWords[i + 1].isEmpty()) {
-            throw Wrong(QString("The option %1 needs a value.").arg(strWord));
+        const QString strValue = strWord.contains('=') ? strWord.section('=', 1) : listWords.value(++i);
+        if (strValue.isEmpty()) {
+            throw Wrong(QString("The option %1 needs a value.").arg(strName));
         }
-        TakeOption(line, strWord, listWords[++i]);
+        TakeOption(line, strName, strValue);
     }
     TakePlainWords(line, listPlain);
     if (line.strCommand == "picture" && (line.strLeft.isEmpty() || line.strRight.isEmpty() || line.strOut.isEmpty())) {

@@ -12,6 +12,34 @@
 namespace Workbench
 {
 
+namespace
+{
+
+/// A flag file without its flag means the manual flow, as it does to the plug-in.
+bool IsAutomatic(const QString& strFile)
+{
+    return QSettings(strFile, QSettings::IniFormat).value("CAMERA_PARAM/AUTO_CALIBRATION", 0).toInt() != 0;
+}
+
+/// The plug-in asks the left camera's file on its own, and takes a size that is missing for one pixel.
+void RequireAutomaticFlags(const QString& strResult)
+{
+    if (!IsAutomatic(strResult + "LeftCameraParam.ini")) {
+        throw Failure(QString("The calibration in %1 is damaged: LeftCameraParam.ini does not name the automatic flow.")
+                          .arg(strResult));
+    }
+    const QSettings stitched(strResult + "AutoDualCalibrate_stitch.xml", QSettings::IniFormat);
+    for (const char* pKey : {"WIDTH", "HEIGHT"}) {
+        if (stitched.value(QString("CAMERA_PARAM/AUTO_CALIBRATION_OUTPUT_%1").arg(pKey)).toInt() < 1) {
+            throw Failure(
+                QString("The calibration in %1 is damaged: AutoDualCalibrate_stitch.xml names no picture size.")
+                    .arg(strResult));
+        }
+    }
+}
+
+} // namespace
+
 void UseDataFolder(const QString& strFolder)
 {
     if (!strFolder.isEmpty()) {
@@ -29,10 +57,15 @@ QString DataRoot()
 void RequireCalibration(CalibrationUse use)
 {
     const QString strResult = DataRoot() + "/Vision/calib/Camera_Two/Result/";
-    const QSettings flow(strResult + "AutoDualCalibrate_stitch.xml", QSettings::IniFormat);
-    const bool bAutomatic = flow.value("CAMERA_PARAM/AUTO_CALIBRATION", 0).toInt() != 0;
-    const QString strFirst = bAutomatic ? "DualCamerasCalibrationParam.ini" : "DualCamera_pix2mm.xml";
+    const QString strPair = "DualCamerasCalibrationParam.ini";
+    const bool bAutomatic = IsAutomatic(strResult + "AutoDualCalibrate_stitch.xml");
+    const QString strFirst = bAutomatic ? strPair : "DualCamera_pix2mm.xml";
     if (!QFile::exists(strResult + strFirst)) {
+        if (QFile::exists(strResult + strPair)) {
+            throw Failure(QString("The calibration in %1 is damaged: AutoDualCalibrate_stitch.xml does not name the "
+                                  "automatic flow that the other files are of.")
+                              .arg(strResult));
+        }
         throw Failure(QString("There is no calibration in %1.").arg(strResult));
     }
     QStringList listRest;
@@ -59,6 +92,9 @@ void RequireCalibration(CalibrationUse use)
             !LoadCalibrationParam((strResult + strName).toLocal8Bit().constData(), camera)) {
             throw Failure(QString("The calibration in %1 is damaged: %2 is no record.").arg(strResult, strName));
         }
+    }
+    if (use == CalibrationUse::Pictures) {
+        RequireAutomaticFlags(strResult);
     }
 }
 

@@ -7,12 +7,14 @@
 #include "ErrorMap.h"
 #include "Failure.h"
 #include "FisheyeCalibrationDllR.h"
+#include "PictureFile.h"
 #include "PluginHost.h"
 
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include <QDir>
+#include <QFile>
 
 #include <sys/resource.h>
 
@@ -95,17 +97,17 @@ void MakeFolder(const QString& strFolder)
     }
 }
 
+/// Of an earlier run; they must not stand beside the new pictures should this one be interrupted.
+void RemoveResults(const QString& strOut)
+{
+    for (const char* pName : {"report.json", "error_map.png", "work_area.png"}) {
+        QFile::remove(strOut + "/" + pName);
+    }
+}
+
 void Write(const QString& strFile, const cv::Mat& picture)
 {
-    bool bWritten = false;
-    try {
-        bWritten = cv::imwrite(strFile.toStdString(), picture, {cv::IMWRITE_PNG_COMPRESSION, 1});
-    } catch (const cv::Exception&) {
-        bWritten = false;
-    }
-    if (!bWritten) {
-        throw Failure(QString("The picture cannot be written to %1.").arg(strFile));
-    }
+    WritePicture(strFile, picture, {cv::IMWRITE_PNG_COMPRESSION, 1});
 }
 
 void Calibrate(Simulator::Machine& machine, const CommandLine& line, AccuracyReport& report)
@@ -241,6 +243,7 @@ int RunDemo(const CommandLine& line)
     MakeFolder(strOut);
     MakeFolder(strData);
     UseDataFolder(strData);
+    RemoveResults(strOut);
 
     AccuracyReport report;
     report.strFlow = "automatic";

@@ -34,6 +34,7 @@ TEST(CommandLine, NoWordsAskForHelp)
 
 TEST(CommandLine, HelpIsUnderstoodAnywhere)
 {
+    EXPECT_EQ(Parse("help").strCommand, "help");
     EXPECT_EQ(Parse("--help").strCommand, "help");
     EXPECT_EQ(Parse("-h").strCommand, "help");
     EXPECT_EQ(Parse("picture --left a.png --help").strCommand, "help");
@@ -70,6 +71,16 @@ TEST(CommandLine, APictureTakesAllItsOptions)
     EXPECT_EQ(line.strOut, "c.png");
     EXPECT_EQ(line.sizeMm, QSize(900, 600));
     EXPECT_EQ(line.strDataFolder, "d");
+}
+
+TEST(CommandLine, AValueMayStandBehindAnEqualsSign)
+{
+    const CommandLine line = Parse("picture --left=a=1.png --right b.png --out=c.png --size=900x600");
+    EXPECT_EQ(line.strLeft, "a=1.png");
+    EXPECT_EQ(line.strRight, "b.png");
+    EXPECT_EQ(line.strOut, "c.png");
+    EXPECT_EQ(line.sizeMm, QSize(900, 600));
+    EXPECT_EQ(Refusal("demo --colour=red"), "demo has no option '--colour'. See --help.");
 }
 
 TEST(CommandLine, APictureWithoutSizeMeansTheMachinesOwn)
@@ -145,6 +156,7 @@ TEST(CommandLine, UnknownWordsAreNamed)
 TEST(CommandLine, AnOptionWithoutValueIsNamed)
 {
     EXPECT_TRUE(Refusal("demo --seed").contains("--seed"));
+    EXPECT_TRUE(Refusal("demo --out=").contains("--out"));
     EXPECT_THROW(ParseCommandLine({"demo", "--out", ""}), Failure);
 }
 

@@ -159,6 +159,8 @@ TEST_F(Commands, PicturesOfDifferentDepthAreRefused)
 TEST_F(Commands, PicturesOfAnotherSizeAreRefused)
 {
     ExpectFailure(Run(PictureWords("small.png", "small.png", Path("c.png"))), g_nFailed, "do not fit");
+    ExpectFailure(Run(PictureWords("left.bmp", "small.png", Path("c.png"))), g_nFailed,
+                  "left 2592 x 1944 px, right 640 x 480 px");
 }
 
 TEST_F(Commands, PicturesOfSixteenBitsAreRefused)
@@ -168,8 +170,17 @@ TEST_F(Commands, PicturesOfSixteenBitsAreRefused)
 
 TEST_F(Commands, AnOutputThatCannotBeWrittenIsNamed)
 {
-    ExpectFailure(Run(PictureWords("left.bmp", "right.bmp", Path("none/c.png"))), g_nFailed, "none/c.png");
-    ExpectFailure(Run(PictureWords("left.bmp", "right.bmp", Path("c.strange"))), g_nFailed, "c.strange");
+    ExpectFailure(Run(PictureWords("left.bmp", "right.bmp", Path("none/c.png"))), g_nFailed,
+                  "none/c.png: No such file or directory.");
+    ASSERT_TRUE(QDir().mkpath(Path("folder.png")));
+    ExpectFailure(Run(PictureWords("left.bmp", "right.bmp", Path("folder.png"))), g_nFailed, "folder.png: ");
+}
+
+TEST_F(Commands, ASuffixThatNamesNoPictureFormatIsWrongUse)
+{
+    for (const char* pName : {"c.strange", "c", "c."}) {
+        ExpectFailure(Run(PictureWords("left.bmp", "right.bmp", Path(pName))), g_nWrongUse, Path(pName));
+    }
 }
 
 TEST_F(Commands, PointsGoThereAndBack)
@@ -210,6 +221,31 @@ TEST_F(Commands, ADamagedRecordOfACameraIsNamed)
     QStringList words = PictureWords("left.bmp", "right.bmp", Path("c.png"));
     words.last() = m_own.path();
     ExpectFailure(Run(words), g_nFailed, "R_AutoDualCalibrate.xml");
+}
+
+TEST_F(Commands, AFlagFileThatLostItsFlagIsNamed)
+{
+    QStringList words = PictureWords("left.bmp", "right.bmp", Path("c.png"));
+    words.last() = m_own.path();
+    const QString strResult = CopyOfRecords();
+    QFile left(strResult + "LeftCameraParam.ini");
+    ASSERT_TRUE(left.resize(0));
+    ExpectFailure(Run(words), g_nFailed, "LeftCameraParam.ini");
+    QFile stitched(strResult + "AutoDualCalibrate_stitch.xml");
+    ASSERT_TRUE(stitched.resize(0));
+    ExpectFailure(Run(words), g_nFailed, "AutoDualCalibrate_stitch.xml");
+    ExpectFailure(Run({"to-world", "1", "2", "--data", m_own.path()}), g_nFailed, "AutoDualCalibrate_stitch.xml");
+}
+
+TEST_F(Commands, AStitchedPictureWithoutASizeIsNoPictureOfOnePixel)
+{
+    QStringList words = PictureWords("left.bmp", "right.bmp", Path("c.png"));
+    words.last() = m_own.path();
+    QFile stitched(CopyOfRecords() + "AutoDualCalibrate_stitch.xml");
+    ASSERT_TRUE(stitched.open(QIODevice::WriteOnly));
+    stitched.write("[CAMERA_PARAM]\nAUTO_CALIBRATION=1\nAUTO_CALIBRATION_OUTPUT_WIDTH=8538\n");
+    stitched.close();
+    ExpectFailure(Run(words), g_nFailed, "names no picture size");
 }
 
 TEST_F(Commands, AMissingFileOfTheCalibrationIsNamed)
