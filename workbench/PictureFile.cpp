@@ -50,7 +50,7 @@ private:
 /// "." and the suffix, as OpenCV wants it.
 std::string SuffixOf(const QString& strFile)
 {
-    return "." + QFileInfo(strFile).suffix().toStdString();
+    return QString("." + QFileInfo(strFile).suffix()).toStdString();
 }
 
 Failure NotWritten(const QString& strFile, const QString& strReason)
