@@ -245,6 +245,14 @@ TEST_F(Driver, TheFactoryAreaChangesTwoLengthsAndNothingElse)
     EXPECT_THAT(Doubles::The().logLines, IsEmpty());
 }
 
+TEST_F(Driver, TheMachineRestsHalfASecondBetweenReadingAndWriting)
+{
+    m_device.LoadDriver();
+    m_device.ApplyFactoryArea(1300, 900);
+    // At least: a busy computer can only make it longer.
+    EXPECT_GE(Record().saveTime - Record().readTime, std::chrono::milliseconds(500));
+}
+
 TEST_F(Driver, AFactoryRecordThatCannotBeReadIsNotWritten)
 {
     m_device.LoadDriver();

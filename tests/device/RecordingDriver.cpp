@@ -29,11 +29,13 @@ public:
         Note("ReadFactoryParam()");
         // What a failing driver leaves behind must reach nobody.
         *pParam = g_record.machine;
+        g_record.readTime = std::chrono::steady_clock::now();
         return g_record.nReadResult;
     }
     int SaveFactoryParam(FactoryParam* pParam) override
     {
         Note("SaveFactoryParam()");
+        g_record.saveTime = std::chrono::steady_clock::now();
         if (g_record.nSaveResult == 0) {
             g_record.machine = *pParam;
         }

@@ -6,6 +6,7 @@
 #include "FactoryParam.h"
 #include "MicroLine.h"
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,8 @@ struct DriverRecord {
     int nReadResult = 0;
     int nSaveResult = 0;
     int nDownloadResult = 0;
-    FactoryParam machine;                   ///< what ReadFactoryParam gives and SaveFactoryParam takes
-    MicroLineDocument* pReceived = nullptr; ///< the test's own from then on
+    FactoryParam machine;                           ///< what ReadFactoryParam gives and SaveFactoryParam takes
+    std::chrono::steady_clock::time_point readTime; ///< end of the last ReadFactoryParam
+    std::chrono::steady_clock::time_point saveTime; ///< start of the last SaveFactoryParam
+    MicroLineDocument* pReceived = nullptr;         ///< the test's own from then on
 };
