@@ -49,8 +49,17 @@ int CameraDevice::GetCameraList(std::vector<std::string>& names)
 {
     return Guarded("GetCameraList", -1, [&] {
         names.clear();
-        for (const NamedSource& camera : ReadCameraSettings(SettingsFile())) {
-            names.push_back(ListedName(names.size(), camera.strName));
+        const QString strFile = SettingsFile();
+        const QString strFolder = QFileInfo(strFile).path();
+        std::size_t nIndex = 0;
+        for (const NamedSource& camera : ReadCameraSettings(strFile)) {
+            std::string strWhy;
+            if (IsAttached(camera, strFolder, strWhy)) {
+                names.push_back(ListedName(nIndex, camera.strName));
+            } else {
+                ILog_WriteLogF(1, "%s is not attached: %s", LabelOf(camera, strFolder).c_str(), strWhy.c_str());
+            }
+            ++nIndex;
         }
         return 0;
     });

@@ -19,8 +19,8 @@ class CameraDevice : public ICameraDevice
 public:
     ~CameraDevice() override;
 
-    /// All cameras that the settings name, also those that are not attached at the moment, so that an index does not
-    /// move when a cable does. Always 0.
+    /// The cameras of the settings that are attached. The index is the place among all that are named, so that it does
+    /// not move when a cable does. One log line for each that is not attached. Always 0.
     int GetCameraList(std::vector<std::string>& names) override;
     /// By its name with or without any index. -1 with a log line when it is not named or its source is not there.
     int OpenCamera(const char* name) override;

@@ -159,6 +159,10 @@ bool DeviceSource::ApplyProperty(Property property, int nValue)
     }
     ILog_WriteLogF(1, "%s takes %s = %d as %g", Label().c_str(), NameOf(property), nValue, dTaken);
     m_mapProperties[property] = nValue;
+    if (property == Property::AutoExposure && nValue != 0) {
+        // The device chooses its own now; the former one would be refused when it is opened again.
+        m_mapProperties.erase(Property::Exposure);
+    }
     return true;
 }
 

@@ -19,6 +19,8 @@ namespace
 
 constexpr qint64 g_nMaxPictureBytes = 512LL * 1024 * 1024;
 constexpr std::size_t g_nMaxNames = 100'000;
+// A folder full of what only looks like pictures must not hold a snap for long.
+constexpr std::size_t g_nMaxTries = 1000;
 
 /// What stands at the path, if it is of the right sort.
 std::optional<Stamp> LookAt(const QString& strFile, bool bFolder, std::string& strWhy)
@@ -125,14 +127,15 @@ bool FolderSource::ReadFrame(cv::Mat& frame, std::string& strWhy)
         List();
         m_strLast = QString();
     }
-    for (std::size_t i = 0; i < m_names.size(); ++i) {
+    const std::size_t nTries = std::min(m_names.size(), g_nMaxTries);
+    for (std::size_t i = 0; i < nTries; ++i) {
         const auto it = next();
         m_strLast = it == m_names.end() ? m_names.front() : *it;
         if (ReadOne(m_strLast, frame)) {
             return true;
         }
     }
-    strWhy = "none of its " + std::to_string(m_names.size()) + " pictures can be read";
+    strWhy = "none of " + std::to_string(nTries) + " pictures in it can be read";
     return false;
 }
 

@@ -31,6 +31,12 @@ SimulatedSource::SimulatedSource(std::string strLabel, std::string strSide)
 {
 }
 
+bool SimulatedSource::IsThere(std::string& strWhy)
+{
+    strWhy = g_szNone;
+    return TheSimulation().nGeneration > 0;
+}
+
 std::optional<Stamp> SimulatedSource::Look(std::string& strWhy) const
 {
     const long long nGeneration = TheSimulation().nGeneration;

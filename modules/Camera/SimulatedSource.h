@@ -14,6 +14,9 @@ public:
     /// @param strSide  "left" or "right"
     SimulatedSource(std::string strLabel, std::string strSide);
 
+    /// Whether a host has set its cameras; false with the reason. Does not wait for a snap.
+    static bool IsThere(std::string& strWhy);
+
 protected:
     std::optional<Stamp> Look(std::string& strWhy) const override;
     bool OpenSource(std::string&) override { return true; }

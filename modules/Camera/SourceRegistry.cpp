@@ -25,9 +25,19 @@ constexpr std::size_t g_nMaxIdle = 64;
 
 enum class Kind { Unknown, Simulated, Device, Folder, Picture, Video };
 
+bool IsSimulated(const QString& strSource)
+{
+    return strSource.startsWith("sim:");
+}
+
+QString PathOf(const NamedSource& camera, const QString& strIniFolder)
+{
+    return QDir(strIniFolder).absoluteFilePath(camera.strSource);
+}
+
 Kind KindOf(const QString& strSource, const QString& strPath, std::string& strWhy)
 {
-    if (strSource.startsWith("sim:")) {
+    if (IsSimulated(strSource)) {
         strWhy = "only sim:left and sim:right are known";
         return strSource == "sim:left" || strSource == "sim:right" ? Kind::Simulated : Kind::Unknown;
     }
@@ -113,12 +123,22 @@ private:
 
 } // namespace
 
+bool IsAttached(const NamedSource& camera, const QString& strIniFolder, std::string& strWhy)
+{
+    const Kind kind = KindOf(camera.strSource, PathOf(camera, strIniFolder), strWhy);
+    return kind == Kind::Simulated ? SimulatedSource::IsThere(strWhy) : kind != Kind::Unknown;
+}
+
+std::string LabelOf(const NamedSource& camera, const QString& strIniFolder)
+{
+    const QString strSource = IsSimulated(camera.strSource) ? camera.strSource : PathOf(camera, strIniFolder);
+    return camera.strName + " (" + strSource.left(1024).toStdString() + ")";
+}
+
 std::shared_ptr<CameraSource> SharedSource(const NamedSource& camera, const QString& strIniFolder)
 {
-    const QString strPath = QDir(strIniFolder).absoluteFilePath(camera.strSource);
-    const bool bSimulated = camera.strSource.startsWith("sim:");
-    const std::string strLabel =
-        camera.strName + " (" + (bSimulated ? camera.strSource : strPath).left(1024).toStdString() + ")";
+    const QString strPath = PathOf(camera, strIniFolder);
+    const std::string strLabel = LabelOf(camera, strIniFolder);
     std::string strWhy;
     const Kind kind = KindOf(camera.strSource, strPath, strWhy);
     if (kind == Kind::Unknown) {

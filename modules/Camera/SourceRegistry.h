@@ -11,6 +11,12 @@
 namespace Camera
 {
 
+/// Whether there is something at the camera's source; a picture that is damaged is there. False with the reason.
+bool IsAttached(const NamedSource& camera, const QString& strIniFolder, std::string& strWhy);
+
+/// The camera's name and its source, for the log.
+std::string LabelOf(const NamedSource& camera, const QString& strIniFolder);
+
 /// @param camera       name and source: `sim:left`, `sim:right`, or the path of a folder, a picture, a video file or a
 ///                     device
 /// @param strIniFolder where relative paths begin

@@ -23,11 +23,43 @@ protected:
     const int m_nOne = 1;
 };
 
-TEST_F(CameraService, ListsAllNamedCamerasWithTheirIndexAlsoThoseThatAreNotThere)
+TEST_F(CameraService, ListsTheAttachedCamerasWithTheirIndex)
 {
     std::vector<std::string> names{"old"};
     EXPECT_EQ(m_device.GetCameraList(names), 0);
-    EXPECT_THAT(names, ElementsAre("[0] Camera-Left", "[1] Camera-Right", "[2] Camera-Top"));
+    EXPECT_THAT(names, ElementsAre("[0] Camera-Left", "[1] Camera-Right"));
+    EXPECT_EQ(Logged("nothing.png) is not attached: it does not exist"), 1);
+    EXPECT_EQ(Doubles::The().logLines.size(), 1u);
+}
+
+TEST_F(CameraService, AnIndexDoesNotMoveWhenAnotherCameraIsUnplugged)
+{
+    QFile::rename(Path("left.png"), Path("away.png"));
+    std::vector<std::string> names;
+    m_device.GetCameraList(names);
+    EXPECT_THAT(names, ElementsAre("[1] Camera-Right"));
+    QFile::rename(Path("away.png"), Path("left.png"));
+    m_device.GetCameraList(names);
+    EXPECT_THAT(names, ElementsAre("[0] Camera-Left", "[1] Camera-Right"));
+}
+
+TEST_F(CameraService, ADamagedPictureIsListedAndTheOpeningTellsWhatItIs)
+{
+    m_data.WriteFile(Path("left.png"), "no picture");
+    std::vector<std::string> names;
+    m_device.GetCameraList(names);
+    EXPECT_THAT(names, ElementsAre("[0] Camera-Left", "[1] Camera-Right"));
+    EXPECT_EQ(m_device.OpenCamera("[0] Camera-Left"), -1);
+    EXPECT_EQ(Logged("no picture, or damaged"), 1);
+}
+
+TEST_F(CameraService, SourcesOfNoKnownSortAreNotListed)
+{
+    Name("Camera-Left=rtsp://host/stream\nCamera-Right=sim:middle\nCamera-Top=USB Camera\n");
+    std::vector<std::string> names;
+    EXPECT_EQ(m_device.GetCameraList(names), 0);
+    EXPECT_THAT(names, IsEmpty());
+    EXPECT_EQ(Logged("is not attached"), 3);
 }
 
 TEST_F(CameraService, WithoutSettingsTheListIsEmpty)
@@ -117,6 +149,7 @@ TEST_F(CameraService, LongAndNonAsciiNamesAreRefusedOrFound)
     EXPECT_LT(Doubles::The().logLines.back().second.size(), 1000u);
     EXPECT_FALSE(m_device.IsCameraOpen(strLong.c_str()));
     EXPECT_EQ(m_device.CloseCamera(strLong.c_str()), 0);
+    EXPECT_EQ(m_device.OpenCamera("Camera-\xff\xc3"), -1) << "no UTF-8";
 
     Name(QString::fromUtf8("Camera-Rück=\"") + Path("left.png") + "\"\n");
     EXPECT_EQ(m_device.OpenCamera("[0] Camera-Rück"), 0);

@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 
 #include <QLibrary>
+#include <QProcess>
 
 namespace
 {
@@ -94,6 +95,14 @@ TEST_F(CameraModule, KeepsTheSimulatedCamerasOverAReleaseOfItsLastInstance)
     auto* const pDevice = static_cast<ICameraDevice*>(LoadModule(CTC_CAMERA_LIBRARY, true, nullptr));
     ASSERT_NE(pDevice, nullptr);
     EXPECT_EQ(pDevice->OpenCamera("Camera-Left"), 0);
+}
+
+TEST_F(CameraModule, ExportsItsThreeFunctionsAndNothingElse)
+{
+    QProcess nm;
+    nm.start("nm", {"-D", "--defined-only", "--format=just-symbols", CTC_CAMERA_LIBRARY});
+    ASSERT_TRUE(nm.waitForFinished());
+    EXPECT_EQ(nm.readAllStandardOutput(), "NewInterface\nReleaseInterface\nSetSimulatedCameras\n");
 }
 
 TEST_F(CameraModule, ReleasesANullInstance)

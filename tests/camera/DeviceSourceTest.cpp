@@ -196,6 +196,18 @@ TEST_F(DeviceSource, SurvivesUnplugAndReplugWithItsProperties)
                 ElementsAre(Pair(int(cv::CAP_PROP_AUTO_EXPOSURE), 1.0), Pair(int(cv::CAP_PROP_EXPOSURE), 120.0)));
 }
 
+TEST_F(DeviceSource, AnExposureIsForgottenWhenTheDeviceChoosesItsOwn)
+{
+    m_source.Acquire();
+    m_source.SetProperty(Camera::Property::AutoExposure, 0);
+    m_source.SetProperty(Camera::Property::Exposure, 120);
+    m_source.SetProperty(Camera::Property::AutoExposure, 1);
+    m_source.Release();
+    m_state.sets.clear();
+    m_source.Acquire();
+    EXPECT_THAT(m_state.sets, ElementsAre(Pair(int(cv::CAP_PROP_AUTO_EXPOSURE), 3.0)));
+}
+
 TEST_F(DeviceSource, ADeviceThatIsThereAndDeliversNothingIsNotAliveUntilItDelivers)
 {
     m_source.Acquire();

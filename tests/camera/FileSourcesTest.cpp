@@ -95,7 +95,20 @@ TEST_F(FolderCamera, WithNothingButBrokenPicturesEverySnapFailsAndItIsNotAlive)
     EXPECT_EQ(Grey(m_device), -1);
     EXPECT_EQ(Grey(m_device), -1);
     EXPECT_FALSE(m_device.IsCameraAlive());
-    EXPECT_EQ(Logged("gives no picture: none of its 2 pictures can be read"), 1);
+    EXPECT_EQ(Logged("gives no picture: none of 2 pictures in it can be read"), 1);
+}
+
+TEST_F(FolderCamera, ThousandsOfBrokenPicturesAreTriedInPortions)
+{
+    for (int i = 0; i < 1200; ++i) {
+        m_data.WriteFile(In(QString("a%1.png").arg(i, 4, 10, QChar('0'))), "no picture");
+    }
+    WritePicture(In("b.png"), 10);
+    ASSERT_EQ(m_device.OpenCamera("Camera-Left"), 0);
+    EXPECT_EQ(Grey(m_device), -1);
+    EXPECT_EQ(Logged("none of 1000 pictures in it can be read"), 1);
+    EXPECT_EQ(Logged("is skipped"), 1000);
+    EXPECT_EQ(Grey(m_device), 10);
 }
 
 TEST_F(FolderCamera, AnEmptyFolderIsNotOpened)

@@ -25,6 +25,18 @@ TEST_F(SimulatedCamera, WithoutASimulatedMachineIsNotOpenedAndSaysSoOnce)
               "Camera-Left (sim:left) cannot be opened: the host has set no simulated cameras");
 }
 
+TEST_F(SimulatedCamera, IsListedWhileThereIsASimulatedMachine)
+{
+    std::vector<std::string> names;
+    m_device.GetCameraList(names);
+    EXPECT_THAT(names, testing::IsEmpty());
+    FakeCameras cameras;
+    SetSimulatedCameras(&cameras);
+    m_device.GetCameraList(names);
+    EXPECT_THAT(names, testing::ElementsAre("[0] Camera-Left", "[1] Camera-Right"));
+    EXPECT_EQ(cameras.nSnaps, 0);
+}
+
 TEST_F(SimulatedCamera, TakesItsPicturesFromTheHostsObject)
 {
     FakeCameras cameras;
