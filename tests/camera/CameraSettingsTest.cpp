@@ -64,6 +64,16 @@ TEST_F(CameraSettings, ASourceWithACommaStandsInQuotes)
     EXPECT_GE(Logged("Camera-Left of"), 1);
 }
 
+TEST_F(CameraSettings, TheLastingNamesOfDevicesNeedNoQuotes)
+{
+    for (const char* pDevice : {"/dev/v4l/by-id/usb-Maker_Camera_A1B2-video-index0",
+                                "/dev/v4l/by-path/pci-0000:00:14.0-usb-0:2:1.0-video-index0"}) {
+        Name(QString("Camera-Left=%1\n").arg(pDevice));
+        ASSERT_THAT(Names(), ElementsAre("Camera-Left"));
+        EXPECT_EQ(Camera::ReadCameraSettings(IniFile())[0].strSource, pDevice);
+    }
+}
+
 TEST_F(CameraSettings, AMissingFileGivesNoCameraAndOneLogLine)
 {
     EXPECT_THAT(Names(), IsEmpty());
