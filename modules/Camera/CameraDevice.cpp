@@ -186,8 +186,12 @@ std::shared_ptr<CameraSource> CameraDevice::Held(const char* pName, const char* 
     if (m_pSource && (!pName || PureName(pName) == m_strPureName)) {
         return m_pSource;
     }
-    ILog_WriteLogF(2, "Cameras: %s of %s, but %s is open", pOperation, Shown(pName).c_str(),
-                   m_pSource ? m_strPureName.c_str() : "none");
+    std::string strComplaint = "Cameras: " + std::string(pOperation) + " of " + Shown(pName) + ", but " +
+                               (m_pSource ? m_strPureName : "none") + " is open";
+    if (strComplaint != m_strComplaint) {
+        ILog_WriteLog(2, strComplaint.c_str());
+        m_strComplaint = std::move(strComplaint);
+    }
     return nullptr;
 }
 
@@ -195,6 +199,7 @@ void CameraDevice::Hold(std::shared_ptr<CameraSource> pSource, const char* pName
 {
     const std::lock_guard lock(m_mutex);
     m_pSource = std::move(pSource);
+    m_strComplaint.clear();
     m_strOpenedAs = pName;
     m_strPureName = PureName(pName);
 }

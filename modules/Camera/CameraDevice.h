@@ -51,7 +51,7 @@ public:
 private:
     /// Null when none is open.
     std::shared_ptr<CameraSource> Source();
-    /// The open camera's source if `name` means it; null, with a log line, if not.
+    /// The open camera's source if `name` means it; null if not, with a log line unless it is the last one once more.
     std::shared_ptr<CameraSource> Held(const char* pName, const char* pOperation);
     void Hold(std::shared_ptr<CameraSource> pSource, const char* pName);
     void GiveBack();
@@ -62,6 +62,7 @@ private:
     std::shared_ptr<CameraSource> m_pSource;
     std::string m_strOpenedAs;
     std::string m_strPureName;
+    std::string m_strComplaint; ///< who snaps in a loop without a camera shall not fill the log
 };
 
 } // namespace Camera

@@ -135,6 +135,18 @@ TEST_F(CameraService, AFailedOpeningSaysWhyInOneLine)
     EXPECT_EQ(Doubles::The().logLines.size(), 5u);
 }
 
+TEST_F(CameraService, SnappingInALoopWithoutACameraIsToldOnce)
+{
+    for (int i = 0; i < 50; ++i) {
+        EXPECT_EQ(Grey(m_device), -1);
+    }
+    EXPECT_EQ(Logged("SnapPicture of (the open camera), but none is open"), 1);
+    m_device.OpenCamera("Camera-Left");
+    m_device.CloseCamera(nullptr);
+    EXPECT_EQ(Grey(m_device), -1);
+    EXPECT_EQ(Logged("but none is open"), 2);
+}
+
 TEST_F(CameraService, NullOpensTheOpenCamera)
 {
     m_device.OpenCamera("Camera-Left");
