@@ -18,5 +18,7 @@ struct IThreadDialogOwner {
 };
 
 /// Runs the task `nTask` of `pOwner` behind a modal dialog with `strText`; the result is the task's, -1 when it throws.
+/// One task at a time: a call while another one runs answers -1 and runs nothing. Off the GUI thread there is no
+/// dialog.
 MODULE_EXPORT int ThreadDialogRun(IThreadDialogOwner* pOwner, int nTask, void* pData, int nFlags,
                                   const QString& strText);
