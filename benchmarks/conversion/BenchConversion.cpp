@@ -96,8 +96,7 @@ void AreaColourCopy(benchmark::State& state)
 
 } // namespace
 
-// Argument: cores, 0 for all. Each pair runs side by side.
-#define CTC_CONVERSION(name) BENCHMARK(name)->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(1.0)
+#define CTC_CONVERSION(name) BENCHMARK(name)->Apply(Bench::MeasureOnCores)->MinTime(0.2)->Repetitions(5)
 CTC_CONVERSION(CameraGrey);
 CTC_CONVERSION(CameraGreyCopy);
 CTC_CONVERSION(CameraColour);

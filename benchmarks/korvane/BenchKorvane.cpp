@@ -108,11 +108,10 @@ void Expansion(benchmark::State& state)
 
 } // namespace
 
-// Argument: cores, 0 for all.
-BENCHMARK(Rectify)->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(RectifyObvious)->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(Blending)->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(BlendingObvious)->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(Rectify)->Apply(Bench::MeasureOnCores)->MinTime(0.5)->Repetitions(5);
+BENCHMARK(RectifyObvious)->Apply(Bench::MeasureOnCores)->MinTime(0.5)->Repetitions(5);
+BENCHMARK(Blending)->Apply(Bench::MeasureOnCores)->MinTime(0.5)->Repetitions(5);
+BENCHMARK(BlendingObvious)->Apply(Bench::MeasureOnCores)->MinTime(0.5)->Repetitions(5);
 BENCHMARK(Expansion)->Unit(benchmark::kMicrosecond);
 
 int main(int argc, char** argv)

@@ -144,14 +144,13 @@ void StitchingAloneObvious(benchmark::State& state)
 
 } // namespace
 
-// Argument: cores, 0 for all.
-BENCHMARK(Road)->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(3.0);
-BENCHMARK(RoadObvious)->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
-BENCHMARK(Calib)->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(2.0);
-BENCHMARK(CalibObvious)->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
-BENCHMARK(Fusion)->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(2.0);
-BENCHMARK(FusionObvious)->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
-BENCHMARK(StitchingAloneObvious)->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
+BENCHMARK(Road)->Apply(Bench::MeasureOnCores)->MinTime(0.5)->Repetitions(5);
+BENCHMARK(RoadObvious)->Apply(Bench::MeasureOnCores)->Iterations(1)->Repetitions(3);
+BENCHMARK(Calib)->Apply(Bench::MeasureOnCores)->MinTime(0.5)->Repetitions(5);
+BENCHMARK(CalibObvious)->Apply(Bench::MeasureOnCores)->Iterations(1)->Repetitions(3);
+BENCHMARK(Fusion)->Apply(Bench::MeasureOnCores)->MinTime(0.5)->Repetitions(5);
+BENCHMARK(FusionObvious)->Apply(Bench::MeasureOnCores)->Iterations(1)->Repetitions(3);
+BENCHMARK(StitchingAloneObvious)->Apply(Bench::MeasureOnCores)->Iterations(1)->Repetitions(3);
 
 int main(int argc, char** argv)
 {

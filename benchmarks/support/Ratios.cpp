@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <limits>
 #include <map>
 
 namespace Bench
@@ -14,7 +15,7 @@ namespace Bench
 namespace
 {
 
-/// Keeps every time by name and argument.
+/// Keeps the best times.
 class KeepingReporter : public benchmark::ConsoleReporter
 {
 public:
@@ -26,24 +27,28 @@ public:
         ConsoleReporter::ReportRuns(runs);
         for (const Run& run : runs) {
             if (run.run_type == Run::RT_Iteration && !run.error_occurred && run.iterations > 0) {
-                const double dSeconds = run.real_accumulated_time / static_cast<double>(run.iterations);
-                m_mapTimes[run.run_name.function_name][run.run_name.args].push_back(1000.0 * dSeconds);
+                const double dScale = 1000.0 / static_cast<double>(run.iterations);
+                Times& best = m_mapTimes[run.run_name.function_name][run.run_name.args];
+                best.dWallMs = std::min(best.dWallMs, dScale * run.real_accumulated_time);
+                best.dCpuMs = std::min(best.dCpuMs, dScale * run.cpu_accumulated_time);
             }
         }
     }
 
-    using TimesByCores = std::map<std::string, std::vector<double>>;
-    std::map<std::string, TimesByCores> m_mapTimes; ///< milliseconds
+    /// Of the best repetition.
+    struct Times {
+        double dWallMs = std::numeric_limits<double>::infinity();
+        double dCpuMs = std::numeric_limits<double>::infinity();
+    };
+    std::map<std::string, std::map<std::string, Times>> m_mapTimes; ///< by name, by cores
 };
 
-double Median(std::vector<double> values)
-{
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
 } // namespace
+
+void MeasureOnCores(benchmark::internal::Benchmark* pBenchmark)
+{
+    pBenchmark->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
+}
 
 void SetCores(const benchmark::State& state)
 {
@@ -59,19 +64,17 @@ int RunAndCompare(int argc, char** argv, const std::vector<Ratio>& ratios)
     KeepingReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
-    std::printf("\n%-26s %-26s %6s %10s %10s %10s\n", "This", "Against that", "Cores", "This ms", "That ms",
-                "That/This");
+    std::printf("\nBest repetitions\n%-26s %-26s %6s %10s %10s %10s %10s\n", "This", "Against that", "Cores", "This ms",
+                "That ms", "That/This", "of CPU");
     for (const Ratio& ratio : ratios) {
         for (const auto& [strCores, faster] : reporter.m_mapTimes[ratio.strFaster]) {
             const auto& that = reporter.m_mapTimes[ratio.strSlower];
             const auto it = that.find(strCores);
-            if (it == that.end()) {
-                continue;
+            if (it != that.end()) {
+                std::printf("%-26s %-26s %6s %10.2f %10.2f %10.2f %10.2f\n", ratio.strFaster.c_str(),
+                            ratio.strSlower.c_str(), strCores == "0" ? "all" : strCores.c_str(), faster.dWallMs,
+                            it->second.dWallMs, it->second.dWallMs / faster.dWallMs, it->second.dCpuMs / faster.dCpuMs);
             }
-            const double dThis = Median(faster);
-            const double dThat = Median(it->second);
-            std::printf("%-26s %-26s %6s %10.2f %10.2f %10.2f\n", ratio.strFaster.c_str(), ratio.strSlower.c_str(),
-                        strCores == "0" ? "all" : strCores.c_str(), dThis, dThat, dThat / dThis);
         }
     }
     return 0;

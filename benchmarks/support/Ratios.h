@@ -1,7 +1,8 @@
 #pragma once
 
 // Runs the registered benchmarks and prints, after Google Benchmark's own table, how they compare with each other in
-// this very run. Each benchmark's argument is the number of cores, 0 for all.
+// this very run, by the best repetition of each: other programs on the machine only ever add time. Each benchmark's
+// argument is the number of cores, 0 for all.
 
 #include <benchmark/benchmark.h>
 
@@ -16,6 +17,9 @@ struct Ratio {
     std::string strFaster;
     std::string strSlower;
 };
+
+/// For `Apply`: on one core and on all, in milliseconds of wall time, and of CPU time summed over all threads.
+void MeasureOnCores(benchmark::internal::Benchmark* pBenchmark);
 
 /// Lets OpenCV use as many threads as the benchmark's argument says.
 void SetCores(const benchmark::State& state);
