@@ -6,7 +6,7 @@ set(CTC_BIN_DIR ${CMAKE_BINARY_DIR}/bin)
 add_library(ctc_warnings INTERFACE)
 target_compile_options(ctc_warnings INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Wformat=2
-    -Wnull-dereference -Wno-error=null-dereference -Wno-null-dereference -Werror)
+    -Werror)
 
 # Symbols are exported by MODULE_EXPORT only.
 function(ctc_common target)
