@@ -25,8 +25,16 @@ ctc_install_packages() {
         "${missing[@]}" >&2
 }
 
-# ctc_build PRESET [TARGET...]
+# ctc_build PRESET [TARGET...]; two at once take turns, for they would write the same objects
 ctc_build() {
+    mkdir -p "$ctc_root/build"
+    (
+        flock --nonblock 9 || { ctc_say "waiting for another build in $ctc_root/build"; flock 9; }
+        ctc_build_locked "$@" 9>&-
+    ) 9>"$ctc_root/build/.lock"
+}
+
+ctc_build_locked() {
     local preset=$1 build=$ctc_root/build/$1
     shift
     if [ ! -f "$build/build.ninja" ]; then
