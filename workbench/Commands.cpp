@@ -2,6 +2,7 @@
 
 #include "DataFolder.h"
 #include "Failure.h"
+#include "FolderLock.h"
 #include "PictureFile.h"
 #include "PluginHost.h"
 
@@ -37,6 +38,7 @@ int RunPicture(const CommandLine& line)
     }
     RequireCalibration(CalibrationUse::Pictures);
     const QSize sizeMm = line.sizeMm.isValid() ? line.sizeMm : StoredWorkAreaMm();
+    const FolderLock lock(DataRoot());
 
     PluginHost host;
     host.Calibrate().SetWorkAreaSize(sizeMm.width(), sizeMm.height());

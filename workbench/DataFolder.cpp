@@ -2,10 +2,12 @@
 
 #include "Failure.h"
 #include "FisheyeCalibrationDllR.h"
+#include "KorvaneVision.h"
 #include "UiPermissionsManager.h"
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QSettings>
 #include <QStandardPaths>
 
@@ -18,7 +20,56 @@ namespace
 /// A flag file without its flag means the manual flow, as it does to the plug-in.
 bool IsAutomatic(const QString& strFile)
 {
-    return QSettings(strFile, QSettings::IniFormat).value("CAMERA_PARAM/AUTO_CALIBRATION", 0).toInt() != 0;
+    // Opening a pipe would wait for good.
+    return QFileInfo(strFile).isFile() &&
+           QSettings(strFile, QSettings::IniFormat).value("CAMERA_PARAM/AUTO_CALIBRATION", 0).toInt() != 0;
+}
+
+/// One of the files that hold matrices or a camera's model, by the rule that its name tells.
+bool IsRecord(const QString& strFile)
+{
+    using namespace Korvane::CameraCalibration;
+    const QByteArray name = strFile.toLocal8Bit();
+    if (strFile.endsWith("/DualCamerasCalibrationParam.ini")) {
+        DualFishEyeCalibrationParam pair{};
+        return LoadDualCamerasCalibrationParam(name.constData(), pair);
+    }
+    if (strFile.endsWith("_AutoDualCalibrate.xml")) {
+        FishEyeCalibrationParam camera{};
+        return LoadCalibrationParam(name.constData(), camera);
+    }
+    if (strFile.endsWith("_calibrateMap.xml")) {
+        cv::Mat matrix;
+        cv::Mat distortion;
+        double dError = 0.0;
+        return LoadCameraParameters(name.toStdString(), matrix, distortion, dError);
+    }
+    cv::Mat homography;
+    return LoadHomography(name.toStdString(), homography);
+}
+
+void RequireReadable(const QString& strResult, const QString& strName)
+{
+    const QFileInfo file(strResult + strName);
+    if (!file.isFile() || !file.isReadable()) {
+        throw Failure(QString("The calibration in %1 cannot be read: %2 is no file or may not be read by this user.")
+                          .arg(strResult, strName));
+    }
+}
+
+/// The automatic flow hands pictures on as files.
+void RequireScratchFiles(const QString& strFolder)
+{
+    if (!QFileInfo(strFolder).isWritable()) {
+        throw Failure(QString("Pictures pass through the folder %1, which cannot be written.").arg(strFolder));
+    }
+    for (const char* pName :
+         {"DualCamBeforeCalibrate_LeftTemp.bmp", "DualCamBeforeCalibrate_RightTemp.bmp", "DstImage.bmp"}) {
+        const QFileInfo file(strFolder + "/" + pName);
+        if (file.exists() && !(file.isFile() && file.isWritable())) {
+            throw Failure(QString("Pictures pass through %1, which cannot be written.").arg(file.filePath()));
+        }
+    }
 }
 
 /// The plug-in asks the left camera's file on its own, and takes a size that is missing for one pixel.
@@ -79,28 +130,30 @@ void RequireCalibration(CalibrationUse use)
             throw Failure(QString("The calibration in %1 is not complete: %2 is missing.").arg(strResult, strName));
         }
     }
-    if (!bAutomatic) {
-        return;
-    }
-    DualFishEyeCalibrationParam pair{};
-    if (!LoadDualCamerasCalibrationParam((strResult + strFirst).toLocal8Bit().constData(), pair)) {
-        throw Failure(QString("The calibration in %1 is damaged: %2 is no record.").arg(strResult, strFirst));
+    // The manual flow's points follow from the picture's scale alone.
+    if (bAutomatic || use == CalibrationUse::Pictures) {
+        listRest.prepend(strFirst);
     }
     for (const QString& strName : listRest) {
-        FishEyeCalibrationParam camera{};
-        if (strName.endsWith("_AutoDualCalibrate.xml") &&
-            !LoadCalibrationParam((strResult + strName).toLocal8Bit().constData(), camera)) {
+        RequireReadable(strResult, strName);
+        const bool bText = strName.endsWith("CalPts.txt") || strName == "LeftCameraParam.ini";
+        if (!bText && !IsRecord(strResult + strName)) {
             throw Failure(QString("The calibration in %1 is damaged: %2 is no record.").arg(strResult, strName));
         }
     }
-    if (use == CalibrationUse::Pictures) {
+    if (bAutomatic && use == CalibrationUse::Pictures) {
         RequireAutomaticFlags(strResult);
+        RequireScratchFiles(DataRoot() + "/Vision/calib/Camera_Two");
     }
 }
 
 QSize StoredWorkAreaMm()
 {
-    const QSettings settings(DataRoot() + "/Data/CameraSetting.ini", QSettings::IniFormat);
+    const QString strFile = DataRoot() + "/Data/CameraSetting.ini";
+    if (QFileInfo::exists(strFile) && !QFileInfo(strFile).isFile()) {
+        throw Failure(QString("%1 is no file.").arg(strFile));
+    }
+    const QSettings settings(strFile, QSettings::IniFormat);
     const double dWidth = settings.value("CANVAS_SIZE/WIDTH", 1300.0).toDouble();
     const double dHeight = settings.value("CANVAS_SIZE/HEIGHT", 900.0).toDouble();
     // Asked so that a value that is no number fails too.

@@ -15,7 +15,8 @@ QString DataRoot();
 
 enum class CalibrationUse { Points, Pictures };
 /// Throws `Failure` when the calibration of the flow that the data root names lacks a file that this use needs, or one
-/// of the automatic flow's records cannot be read. The plug-in itself converts points without telling.
+/// of its records cannot be read, or where pictures on their way through the pipeline cannot be written. The plug-in
+/// itself converts points without telling.
 void RequireCalibration(CalibrationUse use);
 /// Work area that the machine's settings name, millimetres; 1300 x 900 where they name none. Throws `Failure` for a
 /// size that no machine has.

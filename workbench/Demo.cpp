@@ -7,6 +7,7 @@
 #include "ErrorMap.h"
 #include "Failure.h"
 #include "FisheyeCalibrationDllR.h"
+#include "FolderLock.h"
 #include "PictureFile.h"
 #include "PluginHost.h"
 
@@ -241,8 +242,10 @@ int RunDemo(const CommandLine& line)
     const QString strOut = line.strOut;
     const QString strData = line.strDataFolder.isEmpty() ? strOut + "/data" : line.strDataFolder;
     MakeFolder(strOut);
-    MakeFolder(strData);
     UseDataFolder(strData);
+    MakeFolder(DataRoot());
+    const FolderLock lockOut(strOut);
+    const FolderLock lockData(DataRoot());
     RemoveResults(strOut);
 
     AccuracyReport report;

@@ -79,6 +79,9 @@ cv::Mat ReadPicture(const QString& strFile)
     if (!QFile::exists(strFile)) {
         throw Failure(QString("There is no file %1.").arg(strFile));
     }
+    if (!QFileInfo(strFile).isReadable()) {
+        throw Failure(QString("%1 may not be read by this user.").arg(strFile));
+    }
     const QString strNoPicture = QString("%1 is no picture that can be read.").arg(strFile);
     cv::Mat picture;
     try {

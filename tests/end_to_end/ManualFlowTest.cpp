@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <opencv2/imgcodecs.hpp>
 
+#include <QFile>
 #include <QTemporaryDir>
 
 TEST(ManualFlow, DotsAppearWhereTheyWereEngraved)
@@ -56,6 +57,13 @@ TEST(ManualFlow, DotsAppearWhereTheyWereEngraved)
     RecordProperty("max_mm", std::to_string(figures.max));
     EXPECT_LE(figures.rms, 0.15);
     EXPECT_LE(figures.max, 0.5);
+
+    QFile::resize(path("data/Quillboost/Resources/Vision/calib/Camera_Two/Result/mapImgR2L.xml"), 100);
+    const WorkbenchRun damaged = RunWorkbench({"picture", "--left", path("left.bmp"), "--right", path("right.bmp"),
+                                               "--out", path("none.bmp"), "--data", path("data")},
+                                              folder.path());
+    EXPECT_EQ(damaged.nExitCode, 1);
+    EXPECT_TRUE(damaged.strError.contains("mapImgR2L.xml is no record")) << qPrintable(damaged.strError);
 
     const WorkbenchRun point = RunWorkbench({"to-world", "600", "300", "--data", path("data")}, folder.path());
     EXPECT_EQ(point.strOutput, "100.000 50.000\n");

@@ -8,9 +8,11 @@
 
 #include <QDir>
 #include <QFile>
+#include <QProcess>
 #include <QTemporaryDir>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <memory>
 #include <vector>
@@ -246,6 +248,67 @@ TEST_F(Commands, AStitchedPictureWithoutASizeIsNoPictureOfOnePixel)
     stitched.write("[CAMERA_PARAM]\nAUTO_CALIBRATION=1\nAUTO_CALIBRATION_OUTPUT_WIDTH=8538\n");
     stitched.close();
     ExpectFailure(Run(words), g_nFailed, "names no picture size");
+}
+
+TEST_F(Commands, APipeUnderTheNameOfASettingsFileIsNotWaitedFor)
+{
+    QStringList words = PictureWords("left.bmp", "right.bmp", Path("c.png"));
+    words.last() = m_own.path();
+    const QString strResult = CopyOfRecords();
+    const auto pipeInPlaceOf = [](const QString& strFile) {
+        QFile::remove(strFile);
+        return ::mkfifo(strFile.toLocal8Bit().constData(), 0600) == 0;
+    };
+    const QString strData = m_own.path() + "/Quillboost/Resources/Data";
+    ASSERT_TRUE(QDir().mkpath(strData));
+    ASSERT_TRUE(pipeInPlaceOf(strData + "/CameraSetting.ini"));
+    ExpectFailure(Run(words), g_nFailed, "CameraSetting.ini is no file");
+    ASSERT_TRUE(pipeInPlaceOf(strResult + "LeftCameraParam.ini"));
+    ExpectFailure(Run(words), g_nFailed, "LeftCameraParam.ini is no file");
+    ASSERT_TRUE(pipeInPlaceOf(strResult + "AutoDualCalibrate_stitch.xml"));
+    ExpectFailure(Run(words), g_nFailed, "AutoDualCalibrate_stitch.xml");
+}
+
+TEST_F(Commands, AScratchPictureThatCannotBeWrittenIsNamed)
+{
+    QStringList words = PictureWords("left.bmp", "right.bmp", Path("c.png"));
+    words.last() = m_own.path();
+    ASSERT_TRUE(QDir(CopyOfRecords() + "..").mkdir("DstImage.bmp"));
+    ExpectFailure(Run(words), g_nFailed, "Camera_Two/DstImage.bmp, which cannot be written");
+}
+
+TEST_F(Commands, WhatTheUserHasNoRightsToIsNamed)
+{
+    if (::geteuid() == 0) {
+        GTEST_SKIP() << "root may do everything";
+    }
+    QStringList words = PictureWords("left.bmp", "right.bmp", Path("c.png"));
+    words.last() = m_own.path();
+    const QString strResult = CopyOfRecords();
+    const QString strScratch = QDir::cleanPath(strResult + "..");
+    ASSERT_TRUE(QFile::setPermissions(strScratch, QFile::ReadOwner | QFile::ExeOwner));
+    ExpectFailure(Run(words), g_nFailed, "Camera_Two, which cannot be written");
+    ASSERT_TRUE(QFile::setPermissions(strScratch, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+    ASSERT_TRUE(QFile::setPermissions(strResult + "L_AutoDualCalibrate.xml", {}));
+    ExpectFailure(Run(words), g_nFailed, "L_AutoDualCalibrate.xml is no file or may not be read by this user");
+    Write("secret.png", "no picture");
+    ASSERT_TRUE(QFile::setPermissions(Path("secret.png"), {}));
+    ExpectFailure(Run(PictureWords("secret.png", "right.bmp", Path("c.png"))), g_nFailed,
+                  "secret.png may not be read by this user");
+}
+
+TEST_F(Commands, TwoDemonstrationsAtOnceDoNotMixTheirFiles)
+{
+    QProcess other;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("HOME", m_own.path());
+    environment.remove("XDG_STATE_HOME");
+    other.setProcessEnvironment(environment);
+    other.start(WorkbenchFile(), {"demo", "--out", m_own.filePath("out"), "--seed", "2"});
+    const WorkbenchRun run = Run({"demo", "--out", m_own.filePath("out"), "--seed", "1"});
+    EXPECT_EQ(run.nExitCode, 0) << qPrintable(run.strError);
+    ASSERT_TRUE(other.waitForFinished(280'000));
+    EXPECT_EQ(other.exitCode(), 0) << other.readAllStandardError().constData();
 }
 
 TEST_F(Commands, AMissingFileOfTheCalibrationIsNamed)
