@@ -10,6 +10,7 @@
 #include <gmock/gmock.h>
 
 #include <QApplication>
+#include <QTimer>
 
 #include <limits>
 #include <memory>
@@ -94,6 +95,7 @@ TEST_F(ErrorCodes, AnyOtherNumberIsAnUnknownStatusAndIsNamed)
 {
     for (const int nStatus : {0, 1, 1010, 1012, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()}) {
         m_pErrors->ShowStatus(nStatus, 0);
+        ASSERT_FALSE(m_answers.Notices().empty());
         const QString strText = m_answers.Notices().back().strText;
         EXPECT_TRUE(strText.startsWith("The machine reported a status that is not known here.")) << nStatus;
         EXPECT_TRUE(strText.endsWith(QString("\n\nStatus: %1").arg(nStatus))) << nStatus;
@@ -145,12 +147,16 @@ TEST_F(ErrorCodes, OffTheGuiThreadAStatusIsOnlyLogged)
     EXPECT_THAT(Log(), HasSubstr("ErrCodeMgr: status 1001"));
 }
 
-TEST_F(ErrorCodes, ClosingTheNoticeDoesNotEndTheApplication)
+TEST_F(ErrorCodes, ClosingTheNoticeDoesNotEndAnApplicationWithoutAnotherWindow)
 {
     int nLastClosed = 0;
     QObject::connect(qApp, &QGuiApplication::lastWindowClosed, &m_answers, [&] { ++nLastClosed; });
-    m_pErrors->ShowStatus(BUSY, 0);
-    QCoreApplication::processEvents();
+    QTimer::singleShot(0, &m_answers, [this] {
+        m_pErrors->ShowStatus(BUSY, 0);
+        // After whatever the closing has posted.
+        QTimer::singleShot(0, &m_answers, [] { QCoreApplication::exit(7); });
+    });
+    EXPECT_EQ(QApplication::exec(), 7);
     EXPECT_EQ(m_answers.Notices().size(), 1u);
     EXPECT_EQ(nLastClosed, 0);
 }

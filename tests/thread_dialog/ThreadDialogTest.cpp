@@ -310,13 +310,17 @@ TEST_F(ThreadDialog, AnApplicationThatIsToldToExitWaitsForTheTask)
     EXPECT_TRUE(bStillOpen);
 }
 
-TEST_F(ThreadDialog, ItsEndDoesNotEndTheApplication)
+TEST_F(ThreadDialog, ItsEndDoesNotEndAnApplicationWithoutAnotherWindow)
 {
     int nLastClosed = 0;
     QObject context;
     QObject::connect(qApp, &QGuiApplication::lastWindowClosed, &context, [&] { ++nLastClosed; });
-    WithOpenDialog(0, [](QDialog&) {});
-    QCoreApplication::processEvents();
+    QTimer::singleShot(0, &context, [&] {
+        WithOpenDialog(0, [](QDialog&) {});
+        // After whatever the closing has posted.
+        QTimer::singleShot(0, &context, [] { QCoreApplication::exit(7); });
+    });
+    EXPECT_EQ(QApplication::exec(), 7);
     EXPECT_EQ(nLastClosed, 0);
 }
 
