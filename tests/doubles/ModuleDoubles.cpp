@@ -87,12 +87,15 @@ void ILog_WriteLog(int nLevel, const char* pText)
 
 void ILog_WriteLogF(int nLevel, const char* pFormat, ...)
 {
-    char szText[4096];
-    std::va_list arguments;
+    std::va_list arguments, again;
     va_start(arguments, pFormat);
-    std::vsnprintf(szText, sizeof szText, pFormat, arguments);
+    va_copy(again, arguments);
+    const int nLength = std::vsnprintf(nullptr, 0, pFormat, arguments);
+    std::string strText(static_cast<std::size_t>(std::max(nLength, 0)), '\0');
+    std::vsnprintf(strText.data(), strText.size() + 1, pFormat, again);
+    va_end(again);
     va_end(arguments);
-    ILog_WriteLog(nLevel, szText);
+    ILog_WriteLog(nLevel, strText.c_str());
 }
 
 CTranslator* CTranslator::GetInstance()
@@ -103,7 +106,9 @@ CTranslator* CTranslator::GetInstance()
 
 QString CTranslator::GetWording(const QString& strKey)
 {
-    return strKey;
+    const auto& wordings = Doubles::The().wordings;
+    const auto found = wordings.find(strKey);
+    return found == wordings.end() ? strKey : found->second;
 }
 
 CUiPermissionsManager* CUiPermissionsManager::GetInstance()

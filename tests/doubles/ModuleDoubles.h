@@ -22,6 +22,7 @@ struct State {
     std::vector<std::string> journal;                  ///< module calls in order, as "Name(arguments that matter)"
     std::vector<std::pair<int, std::string>> logLines; ///< level and text
     QString strTheme = "Quillboost";
+    std::map<QString, QString> wordings;          ///< keys without one are their own wording
     std::map<std::string, bool> answers;          ///< by operation; true where none is set
     std::map<std::string, int> failAt;            ///< operation to the ordinal, from 1, of the one call that fails
     std::map<std::string, std::string> throwFrom; ///< operation to the message of a cv::Exception
