@@ -170,7 +170,10 @@ void DualGraphicsView::RemoveCrossById(int nId)
 
 void DualGraphicsView::ClearCrosses()
 {
-    const QList<QGraphicsItem*> items = m_pScene->items();
+    // Without the index and oldest first, each removal costs the same however many crosses there are.
+    const QGraphicsScene::ItemIndexMethod method = m_pScene->itemIndexMethod();
+    m_pScene->setItemIndexMethod(QGraphicsScene::NoIndex);
+    const QList<QGraphicsItem*> items = m_pScene->items(Qt::AscendingOrder);
     for (QGraphicsItem* const pItem : items) {
         if (pItem != m_pPixmapItem) {
             m_pScene->removeItem(pItem);
@@ -180,6 +183,7 @@ void DualGraphicsView::ClearCrosses()
             }
         }
     }
+    m_pScene->setItemIndexMethod(method);
     m_listCross.clear();
     m_pTextItem = nullptr;
     delete m_pHintItem;
