@@ -101,6 +101,7 @@ void DrawRoiWidget::mouseReleaseEvent(QMouseEvent* event)
     // The rectangle stays open until the right button: a second left drag starts it again.
     if (m_bDrawing && event->button() == Qt::RightButton) {
         m_bDrawing = false;
+        update();
         emit DrawingFinishedSignal(QRect(m_ptStart, m_ptEnd).normalized());
     }
 }
