@@ -1,6 +1,8 @@
 #include "CMsgBoxQss.h"
 
 #include "ModalAnswers.h"
+#include "ModuleDoubles.h"
+#include "RecordingStyle.h"
 
 #include <gmock/gmock.h>
 
@@ -41,6 +43,23 @@ TEST(MessageBox, NamesItsButtonsAndWordsThem)
         EXPECT_EQ(pButton->text(), row.pText);
         EXPECT_EQ(pButton->objectName(), row.pName);
     }
+}
+
+TEST(MessageBox, WordsComeFromTheTranslator)
+{
+    Doubles::Reset();
+    Doubles::The().wordings = {
+        {"No", "~No"}, {"Cancel", "~Cancel"}, {"OK", "~OK"}, {"Yes", "~Yes"}, {"Retry", "~Retry"}};
+    const CMsgBoxQss box(QUESTION, "Tips", "Sure?", AllNamed(), nullptr);
+    const std::pair<QMessageBox::StandardButton, const char*> texts[] = {{QMessageBox::No, "~No"},
+                                                                         {QMessageBox::Cancel, "~Cancel"},
+                                                                         {QMessageBox::Ok, "~OK"},
+                                                                         {QMessageBox::Yes, "~Yes"},
+                                                                         {QMessageBox::Retry, "~Retry"}};
+    for (const auto& [button, pText] : texts) {
+        EXPECT_EQ(box.button(button)->text(), pText);
+    }
+    Doubles::Reset();
 }
 
 TEST(MessageBox, BearsItsOwnNameTitleTextIconFlagsAndParent)
@@ -100,6 +119,15 @@ TEST(MessageBox, ARuleOnAButtonsNameAppliesBeforeTheBoxIsShown)
         EXPECT_FALSE(box.isVisible());
     }
     qApp->setStyleSheet("");
+}
+
+TEST(MessageBox, EachButtonIsPolishedAfreshOnceItHasItsName)
+{
+    const RecordingStyle::Installed installed;
+    const CMsgBoxQss box(QUESTION, "Tips", "Sure?", QMessageBox::No | QMessageBox::Retry, nullptr);
+    EXPECT_THAT(installed->NamedSteps("messageBox_"),
+                ElementsAre("unpolish messageBox_noButton", "polish messageBox_noButton",
+                            "unpolish messageBox_retryButton", "polish messageBox_retryButton"));
 }
 
 TEST(MessageBox, AnswersTheValueOfThePressedButton)

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <QSignalSpy>
+#include <QTest>
 
 #include <climits>
 
@@ -96,6 +97,47 @@ TEST_F(RoiLabel, FinishesOnTheRightReleaseAndDrawsNoRectangleAnyMore)
     FinishByRightButton({2, 2});
     EXPECT_EQ(m_finished.size(), 1);
     EXPECT_EQ(m_label.GetDrawnRect(), QRect(QPoint(-50, -40), QPoint(50, 60)));
+}
+
+TEST_F(RoiLabel, EachStepOfADragAndItsEndIsSeenAtOnce)
+{
+    m_label.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&m_label));
+    m_label.EnableDrawingSlots();
+    Painted::PaintCounter counter(m_label);
+    Painted::Press(m_label, {50, 60});
+    EXPECT_GE(counter.Take(), 1);
+    Painted::Drag(m_label, {150, 160});
+    EXPECT_GE(counter.Take(), 1);
+    Painted::Release(m_label, {150, 160});
+    Painted::Press(m_label, {10, 10}, Qt::RightButton);
+    EXPECT_EQ(counter.Take(), 0);
+    Painted::Release(m_label, {10, 10}, Qt::RightButton);
+    EXPECT_GE(counter.Take(), 1) << "the rectangle goes away";
+}
+
+TEST_F(RoiLabel, AnswersTheMouseAsALabelToo)
+{
+    m_label.setText("<a href='somewhere'>" + QString(30, 'M') + "</a>");
+    m_label.setTextInteractionFlags(Qt::TextBrowserInteraction);
+    m_label.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&m_label));
+    QSignalSpy hovered(&m_label, &QLabel::linkHovered);
+    QSignalSpy activated(&m_label, &QLabel::linkActivated);
+    const QPoint ptMiddle = m_label.rect().center();
+    Painted::Drag(m_label, ptMiddle, Qt::NoButton);
+    EXPECT_EQ(hovered.size(), 1);
+    Painted::Press(m_label, ptMiddle);
+    EXPECT_TRUE(activated.isEmpty());
+    Painted::Release(m_label, ptMiddle);
+    EXPECT_EQ(activated.size(), 1);
+}
+
+TEST_F(RoiLabel, DrawsItsPictureUnderTheRectangle)
+{
+    m_label.EnableDrawingSlots();
+    DrawByLeftButton({110, 120}, {160, 150});
+    EXPECT_EQ(Painted::Of(m_label).pixelColor(130, 130), QColor(128, 128, 128));
 }
 
 TEST_F(RoiLabel, ASecondLeftDragStartsAgain)

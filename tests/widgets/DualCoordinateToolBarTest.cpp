@@ -1,6 +1,8 @@
 #include "DualCoordinateToolBar.h"
 
+#include "ModuleDoubles.h"
 #include "Painted.h"
+#include "RecordingStyle.h"
 
 #include <gmock/gmock.h>
 
@@ -10,6 +12,7 @@
 #include <QSignalSpy>
 #include <QTest>
 #include <QToolButton>
+#include <QTranslator>
 
 namespace
 {
@@ -238,9 +241,57 @@ TEST_F(ToolBar, AChangeOfLanguageRenewsTheToolTips)
     EXPECT_EQ(Button("Modify").text(), "Modify");
 }
 
-TEST_F(ToolBar, ItsStyleSheetsBackgroundIsSeen)
+TEST_F(ToolBar, ItsTipsAreWordedByTheTranslatorAndItsTextsAreNot)
 {
-    m_bar.setStyleSheet("DualCoordinateToolBar { background-color: rgb(0, 0, 255); }");
+    Doubles::The().wordings = {{"Add", "~Add"}, {"Modify", "~Modify"}, {"Revise", "~Revise"}, {"Delete", "~Delete"}};
+    const DualCoordinateToolBar bar;
+    Doubles::Reset();
+    for (const auto& [pName, pTip] : {std::pair("Add", "~Add"), {"Modify", "~Revise"}, {"Delete", "~Delete"}}) {
+        const auto* const pButton = bar.findChild<QToolButton*>(QString("toolButton_") + pName);
+        EXPECT_EQ(pButton->toolTip(), pTip);
+        EXPECT_EQ(pButton->text(), pName);
+    }
+}
+
+TEST_F(ToolBar, ItsTextsComeFromItsFormsOwnContext)
+{
+    class Contexts : public QTranslator
+    {
+    public:
+        QString translate(const char* pContext, const char* pText, const char*, int) const override
+        {
+            return strcmp(pContext, "DualCoordinateToolBar") == 0 ? QString("<%1>").arg(pText) : QString();
+        }
+        bool isEmpty() const override { return false; }
+    } contexts;
+    qApp->installTranslator(&contexts);
+    const DualCoordinateToolBar bar;
+    qApp->removeTranslator(&contexts);
+    for (const char* const pName : {"Add", "Modify", "Delete"}) {
+        const auto* const pButton = bar.findChild<QToolButton*>(QString("toolButton_") + pName);
+        EXPECT_EQ(pButton->text(), QString("<%1>").arg(pName));
+    }
+    EXPECT_EQ(bar.windowTitle(), "<Form>");
+}
+
+TEST_F(ToolBar, ItsStyleSheetsBackgroundAndBorderAreSeen)
+{
+    m_bar.setStyleSheet("DualCoordinateToolBar { background-color: rgb(0, 0, 255); border: 3px solid red; }");
     const QImage image = Painted::Of(m_bar);
-    EXPECT_EQ(image.pixelColor(1, 1), QColor(0, 0, 255));
+    EXPECT_EQ(image.pixelColor(1, 1), QColor(255, 0, 0));
+    EXPECT_EQ(image.pixelColor(5, 5), QColor(0, 0, 255));
+}
+
+TEST_F(ToolBar, TheStyleDrawsItAsAPlainWidgetWithAntialiasing)
+{
+    const RecordingStyle::Installed installed;
+    DualCoordinateToolBar bar;
+    Painted::Of(bar);
+    ASSERT_EQ(installed->PlainWidgets().size(), 1u);
+    const RecordingStyle::PlainWidget& drawn = installed->PlainWidgets()[0];
+    EXPECT_EQ(drawn.pWidget, &bar);
+    EXPECT_EQ(drawn.nVersion, 1);
+    EXPECT_EQ(drawn.nType, 0);
+    EXPECT_EQ(drawn.rect, bar.rect());
+    EXPECT_TRUE(drawn.bAntialiased);
 }

@@ -549,6 +549,13 @@ TEST_F(View, ClearingRemovesEverythingButThePicture)
     EXPECT_TRUE(m_view.HasPicture());
 }
 
+TEST_F(View, ClearingKeepsTheScenesIndex)
+{
+    SetNumberedCrosses(3);
+    m_view.ClearCrosses();
+    EXPECT_EQ(m_view.scene()->itemIndexMethod(), QGraphicsScene::BspTreeIndex);
+}
+
 TEST_F(View, AfterClearingTheHintTextIsMadeAgainWhenItIsNeeded)
 {
     m_view.ClearCrosses();
@@ -587,6 +594,22 @@ TEST_F(View, TheHintTextIsForStitchingUnlessTheModeIsPhoto)
     Items<QGraphicsTextItem>()[0]->setVisible(false);
     m_view.UpdateHintText("Stitch");
     EXPECT_TRUE(Items<QGraphicsTextItem>()[0]->isVisible());
+}
+
+TEST_F(View, EachHintIsWordedByTheTranslator)
+{
+    const QString strFirst = QString::fromUtf8("Click\xC2\xA0<Photo>\xC2\xA0to capture photo");
+    Doubles::The().wordings = {{strFirst, "~first"},
+                               {"Click <Photo> to capture photo", "~photo"},
+                               {"Click <Stitch> to capture photo", "~stitch"}};
+    const DualGraphicsView view;
+    const auto* const pText = dynamic_cast<QGraphicsTextItem*>(view.scene()->items().value(0));
+    ASSERT_TRUE(pText);
+    EXPECT_EQ(pText->document()->toRawText(), "~first");
+    m_view.UpdateHintText("Photo");
+    EXPECT_EQ(HintText(), "~photo");
+    m_view.UpdateHintText("Stitch");
+    EXPECT_EQ(HintText(), "~stitch");
 }
 
 TEST_F(View, TheHintPictureIsShownAtItsPointAndTakenOut)
@@ -930,30 +953,14 @@ TEST_F(View, AZoomIsPainted)
 {
     m_view.SetPicture(Grey());
     m_view.SetCrosses({1}, {{100, 100}});
-    QCoreApplication::processEvents();
-
-    class PaintCounter : public QObject
-    {
-    public:
-        bool eventFilter(QObject*, QEvent* pEvent) override
-        {
-            m_nPaints += pEvent->type() == QEvent::Paint ? 1 : 0;
-            return false;
-        }
-        int m_nPaints = 0;
-    } counter;
-    Viewport().installEventFilter(&counter);
+    Painted::PaintCounter counter(Viewport());
     Wheel(120);
-    QCoreApplication::processEvents();
-    EXPECT_GE(counter.m_nPaints, 1);
+    EXPECT_GE(counter.Take(), 1);
     // A left drag paints as well, beside every cross.
     Painted::Press(Viewport(), {395, 295});
-    QCoreApplication::processEvents();
-    counter.m_nPaints = 0;
+    counter.Take();
     Painted::Drag(Viewport(), {390, 290});
-    QCoreApplication::processEvents();
-    EXPECT_GE(counter.m_nPaints, 1);
-    Viewport().removeEventFilter(&counter);
+    EXPECT_GE(counter.Take(), 1);
 }
 
 // --- Pan

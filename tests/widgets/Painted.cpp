@@ -7,6 +7,7 @@
 #include <QWidget>
 
 #include <algorithm>
+#include <utility>
 
 namespace Painted
 {
@@ -63,6 +64,24 @@ QRect Extent(const QImage& image, const QColor& colour)
         }
     }
     return extent;
+}
+
+PaintCounter::PaintCounter(QWidget& widget)
+{
+    QCoreApplication::processEvents();
+    widget.installEventFilter(this);
+}
+
+int PaintCounter::Take()
+{
+    QCoreApplication::processEvents();
+    return std::exchange(m_nPaints, 0);
+}
+
+bool PaintCounter::eventFilter(QObject*, QEvent* pEvent)
+{
+    m_nPaints += pEvent->type() == QEvent::Paint ? 1 : 0;
+    return false;
 }
 
 void SendMouse(QWidget& widget, QEvent::Type type, QPointF ptWidget, Qt::MouseButton button, Qt::MouseButtons held)

@@ -5,6 +5,7 @@
 #include <QColor>
 #include <QEvent>
 #include <QImage>
+#include <QObject>
 #include <QPoint>
 #include <QPointF>
 #include <QRect>
@@ -25,6 +26,20 @@ int Count(const QImage& image, const QRect& area, const QColor& colour);
 bool Has(const QImage& image, const QRect& area, const QColor& colour);
 /// The smallest rectangle around all pixels that `Count` would count.
 QRect Extent(const QImage& image, const QColor& colour);
+
+/// Counts the repaints that a shown widget gets from here on.
+class PaintCounter : public QObject
+{
+public:
+    explicit PaintCounter(QWidget& widget);
+    /// Lets pending ones happen; counts from 0 again.
+    int Take();
+
+private:
+    bool eventFilter(QObject* pWatched, QEvent* pEvent) override;
+
+    int m_nPaints = 0;
+};
 
 /// One mouse event with its position in pixels of `widget`, sent at once.
 void SendMouse(QWidget& widget, QEvent::Type type, QPointF ptWidget, Qt::MouseButton button, Qt::MouseButtons held);
