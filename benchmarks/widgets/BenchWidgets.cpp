@@ -208,11 +208,13 @@ template <typename View> void Register(const std::string& strView)
         benchmark::RegisterBenchmark((std::string("Zoom") + view.pName + strView).c_str(),
                                      [dScale](benchmark::State& state) { Zoom<View>(state, dScale); })
             ->Unit(benchmark::kMillisecond)
-            ->UseRealTime();
+            ->UseRealTime()
+            ->MeasureProcessCPUTime();
         benchmark::RegisterBenchmark((std::string("Pan") + view.pName + strView).c_str(),
                                      [dScale](benchmark::State& state) { Pan<View>(state, dScale); })
             ->Unit(benchmark::kMillisecond)
-            ->UseRealTime();
+            ->UseRealTime()
+            ->MeasureProcessCPUTime();
     }
 }
 
@@ -225,7 +227,10 @@ int main(int argc, char** argv)
     Register<OurView>("Ours");
     Register<LineItemView>("LineItems");
     Register<ScaledPenView>("ScaledPen");
-    benchmark::RegisterBenchmark("RebuildOurs", Rebuild)->Unit(benchmark::kMillisecond)->UseRealTime();
+    benchmark::RegisterBenchmark("RebuildOurs", Rebuild)
+        ->Unit(benchmark::kMillisecond)
+        ->UseRealTime()
+        ->MeasureProcessCPUTime();
     std::vector<Bench::Ratio> ratios;
     for (const std::string strWhat : {"ZoomWhole", "ZoomNear", "ZoomClose", "PanWhole", "PanNear", "PanClose"}) {
         ratios.push_back({strWhat + "Ours", strWhat + "LineItems"});

@@ -131,6 +131,11 @@ TEST_F(RoiLabel, AnswersTheMouseAsALabelToo)
     EXPECT_TRUE(activated.isEmpty());
     Painted::Release(m_label, ptMiddle);
     EXPECT_EQ(activated.size(), 1);
+
+    m_label.setText(QString(30, 'M'));
+    Painted::Press(m_label, ptMiddle);
+    Painted::Drag(m_label, ptMiddle + QPoint(60, 0));
+    EXPECT_TRUE(m_label.hasSelectedText());
 }
 
 TEST_F(RoiLabel, DrawsItsPictureUnderTheRectangle)
