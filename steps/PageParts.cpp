@@ -1,0 +1,101 @@
+#include "PageParts.h"
+
+#include "CalibGlobalParam.h"
+#include "DualGraphicsView.h"
+#include "FileStore.h"
+#include "Translator.h"
+
+#include <QFontMetrics>
+#include <QPixmap>
+#include <QPushButton>
+#include <QStyle>
+#include <QTimer>
+#include <QToolButton>
+
+#include <algorithm>
+
+namespace
+{
+
+void SetTexts(std::initializer_list<QToolButton*> buttons, std::initializer_list<const char*> keys)
+{
+    const std::size_t nTexts = std::min(buttons.size(), keys.size());
+    for (std::size_t i = 0; i < nTexts; ++i) {
+        buttons.begin()[i]->setText(Wording(keys.begin()[i]));
+    }
+}
+
+} // namespace
+
+QString Wording(const QString& strKey)
+{
+    return CTranslator::GetInstance()->GetWording(strKey);
+}
+
+QString ProgressFile()
+{
+    return GetCalibrationRootPath() + "/Vision/calib/Camera_Two/Progress.ini";
+}
+
+void FitButtonWidths(QWidget* pPage)
+{
+    for (QPushButton* pButton : pPage->findChildren<QPushButton*>()) {
+        const int nWidth = pButton->fontMetrics().horizontalAdvance(pButton->text());
+        pButton->setMinimumWidth(std::max(nWidth, pButton->minimumWidth()));
+    }
+}
+
+void SetStepEnable(std::initializer_list<QWidget*> widgets, bool bEnable)
+{
+    for (QWidget* pWidget : widgets) {
+        pWidget->setProperty("Enable", QString(bEnable ? "true" : "false"));
+    }
+}
+
+void Repolish(QWidget* pWidget)
+{
+    pWidget->style()->unpolish(pWidget);
+    pWidget->style()->polish(pWidget);
+}
+
+void SetAutomaticStepTexts(std::initializer_list<QToolButton*> buttons)
+{
+    SetTexts(buttons, {"Select work area", "Engraving pattern", "Add Left Coords", "Add Right Coords", "Stitch"});
+}
+
+void SetManualStepTexts(std::initializer_list<QToolButton*> buttons)
+{
+    SetTexts(buttons, {"Distortion Correction", "Select Working Area", "Wait for Engraving", "Add Coordinates"});
+}
+
+QString StepPictureStyle(const QString& strCoordinateKey, const QString& strKey)
+{
+    const QString strWizard = ReadIniString(g_pProgressSection, "WIZARD", "Completely", ProgressFile());
+    return QString("image: url(\"%1/Res/Icon/CameraTwo/%2.png\");")
+        .arg(GetInstallResourcePath(), strWizard == "Coordinate" ? strCoordinateKey : strKey);
+}
+
+void CountDown(int& nCounter, QTimer& timer, QPushButton& button, const QString& strCaption)
+{
+    button.setText(QString::number(nCounter));
+    --nCounter;
+    if (nCounter < 0) {
+        nCounter = g_nCountdownStart;
+        timer.stop();
+        button.setText(Wording(strCaption));
+        button.setEnabled(true);
+    }
+}
+
+bool IsOutside(QPointF point, QSize picture)
+{
+    return point.x() < 0 || point.y() < 0 || point.x() > picture.width() || point.y() > picture.height();
+}
+
+void ShowHint(DualGraphicsView& view, int nNumber, QPoint point)
+{
+    const QPixmap pixmap(g_calibGlobalParam.strCalibResourcePath + "/Camera_Two/AdjustHandEye_HintImages/" +
+                         QString::number(nNumber) + ".svg");
+    view.RemoveHintPicture();
+    view.ShowHintPicture(pixmap, QPoint(point.x() + 5, point.y() - pixmap.height() - 5));
+}

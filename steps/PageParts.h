@@ -1,0 +1,52 @@
+#pragma once
+
+// What several pages of the wizard do alike, once: wordings, notices of the log, the step bar's properties, button
+// widths, the countdown of the photo button, the range of a click, hint pictures. GUI thread only.
+
+#include <QPointF>
+#include <QSize>
+#include <QString>
+#include <QStringList>
+
+#include <initializer_list>
+
+class DualGraphicsView;
+class QPushButton;
+class QTimer;
+class QToolButton;
+class QWidget;
+
+/// The wording of `strKey` in the operator's language.
+QString Wording(const QString& strKey);
+
+/// The file that a run's progress is kept in, and the section of all its keys.
+QString ProgressFile();
+inline constexpr const char* g_pProgressSection = "PROGRESS";
+
+/// Raises the minimum width of every `QPushButton` below the page, at any depth, to the advance of its text.
+void FitButtonWidths(QWidget* pPage);
+
+/// Sets the dynamic property that the theme's style sheet reads: the text "true" or "false". Does not repolish.
+void SetStepEnable(std::initializer_list<QWidget*> widgets, bool bEnable);
+/// Lets the style sheet see a changed property.
+void Repolish(QWidget* pWidget);
+/// The names of the five steps of the automatic flow, worded, on as many buttons as are given.
+void SetAutomaticStepTexts(std::initializer_list<QToolButton*> buttons);
+/// The names of the four steps of the manual flow, worded.
+void SetManualStepTexts(std::initializer_list<QToolButton*> buttons);
+
+/// The style with a step's picture: "CoordinateStepN" in a coordinate-only run, else what the page names.
+QString StepPictureStyle(const QString& strCoordinateKey, const QString& strKey);
+
+/// One second of the countdown that keeps a photo or stitch button shut: writes the counter as the button's text and
+/// lowers it. Below 0 it goes back to 5, the timer stops and the button reads the wording of `strCaption` again.
+/// @param nCounter  the page class's own counter, which all its objects share; this is meant
+void CountDown(int& nCounter, QTimer& timer, QPushButton& button, const QString& strCaption);
+inline constexpr int g_nCountdownStart = 5;
+
+/// Whether a click lies outside of a picture; its far edges still count as inside.
+bool IsOutside(QPointF point, QSize picture);
+
+/// Shows the hint picture number `nNumber`, counted from 1, with its lower left corner 5 px right of and above
+/// `point`, in place of the one before.
+void ShowHint(DualGraphicsView& view, int nNumber, QPoint point);
