@@ -78,15 +78,16 @@ public:
                                       const QString& strPath)
     {
         const std::lock_guard lock(m_mutex);
-        if (m_mapSources.size() > g_nMaxIdle) {
+        const std::tuple key{kind, camera.strName, strPath};
+        const auto it = m_mapSources.find(key);
+        if (it != m_mapSources.end()) {
+            return it->second;
+        }
+        if (m_mapSources.size() >= g_nMaxIdle) {
             // Only this map hands out sources, so one that nobody else has is nobody's and closed.
             std::erase_if(m_mapSources, [](const auto& entry) { return entry.second.use_count() <= 1; });
         }
-        std::shared_ptr<CameraSource>& pSource = m_mapSources[{kind, camera.strName, strPath}];
-        if (!pSource) {
-            pSource = Make(kind, strLabel, camera.strSource, strPath);
-        }
-        return pSource;
+        return m_mapSources[key] = Make(kind, strLabel, camera.strSource, strPath);
     }
 
 private:

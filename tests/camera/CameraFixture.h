@@ -46,7 +46,7 @@ public:
     cv::Mat matKept; ///< painted over for every frame
     int nType = CV_8UC3;
     int nAnswer = 0;
-    int nSnaps = 0;
+    std::atomic<int> nSnaps = 0;
     std::atomic<int> nInside = 0;
     std::atomic<bool> bTwoAtOnce = false;
 };

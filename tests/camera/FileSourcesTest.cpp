@@ -43,6 +43,24 @@ TEST_F(FolderCamera, GoesOnWhereItStoppedWhenItIsOpenedAgain)
     EXPECT_EQ(Grey(m_device), 20);
 }
 
+TEST_F(FolderCamera, GoesOnWhereItStoppedHoweverManyOthersWereOpen)
+{
+    const int greys[] = {10, 20, 30};
+    for (const int nGrey : greys) {
+        WritePicture(In(QString("%1.png").arg(nGrey)), nGrey);
+    }
+    for (int i = 0; i < 200; ++i) {
+        ASSERT_EQ(m_device.OpenCamera("Camera-Left"), 0);
+        ASSERT_EQ(Grey(m_device), greys[i % 3]) << i;
+        const QString strFile = Path(QString("%1.png").arg(i));
+        WritePicture(strFile, 40);
+        Name("Camera-Left=" + Path("pictures") + "\nCamera-Right=" + strFile + "\n");
+        Camera::CameraDevice other;
+        ASSERT_EQ(other.OpenCamera("Camera-Right"), 0);
+        m_device.CloseCamera(nullptr);
+    }
+}
+
 TEST_F(FolderCamera, OtherFilesAndFoldersInItArePassedOverInSilence)
 {
     WritePicture(In("b.png"), 20);

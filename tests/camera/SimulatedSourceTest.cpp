@@ -160,7 +160,8 @@ TEST_F(SimulatedCamera, TakingTheMachineAwayWaitsForARunningSnap)
                 if (!pDevice->IsCameraOpen(pName)) {
                     pDevice->OpenCamera(pName);
                 }
-                EXPECT_EQ(pDevice->SnapPicture(picture, nullptr) == 0, !picture.empty());
+                const int nAnswer = pDevice->SnapPicture(picture, nullptr);
+                EXPECT_EQ(nAnswer == 0, !picture.empty());
                 pDevice->IsCameraAlive();
             }
         });
@@ -168,7 +169,9 @@ TEST_F(SimulatedCamera, TakingTheMachineAwayWaitsForARunningSnap)
     for (int i = 0; i < 50; ++i) {
         const auto pCameras = std::make_unique<FakeCameras>();
         SetSimulatedCameras(pCameras.get());
-        std::this_thread::yield();
+        while (pCameras->nSnaps < 3) {
+            std::this_thread::yield();
+        }
         SetSimulatedCameras(nullptr);
         EXPECT_EQ(pCameras->nInside, 0) << "nobody is inside any more";
         EXPECT_FALSE(pCameras->bTwoAtOnce);
