@@ -3,6 +3,7 @@
 #include "CalibGlobalParam.h"
 #include "DualGraphicsView.h"
 #include "FileStore.h"
+#include "Log.h"
 #include "Translator.h"
 
 #include <QFontMetrics>
@@ -37,6 +38,21 @@ QString ProgressFile()
     return GetCalibrationRootPath() + "/Vision/calib/Camera_Two/Progress.ini";
 }
 
+void LogClicked(const char* pObject)
+{
+    ILog_WriteLogF(0, "%s was clicked.", pObject);
+}
+
+ProgressBatch::ProgressBatch()
+{
+    BeginIniBatch(ProgressFile());
+}
+
+ProgressBatch::~ProgressBatch()
+{
+    EndIniBatch();
+}
+
 void FitButtonWidths(QWidget* pPage)
 {
     for (QPushButton* pButton : pPage->findChildren<QPushButton*>()) {
@@ -56,6 +72,13 @@ void Repolish(QWidget* pWidget)
 {
     pWidget->style()->unpolish(pWidget);
     pWidget->style()->polish(pWidget);
+}
+
+void Repolish(std::initializer_list<QWidget*> widgets)
+{
+    for (QWidget* pWidget : widgets) {
+        Repolish(pWidget);
+    }
 }
 
 void SetAutomaticStepTexts(std::initializer_list<QToolButton*> buttons)

@@ -26,10 +26,26 @@ inline constexpr const char* g_pProgressSection = "PROGRESS";
 /// Raises the minimum width of every `QPushButton` below the page, at any depth, to the advance of its text.
 void FitButtonWidths(QWidget* pPage);
 
+/// The one line that a button's slot begins with.
+/// @param pObject  object name of what was pressed
+void LogClicked(const char* pObject);
+
+/// Collects what is written to the progress file until it goes out of scope, so that the file is saved once. Not while
+/// another one lives.
+class ProgressBatch
+{
+public:
+    ProgressBatch();
+    ~ProgressBatch();
+    ProgressBatch(const ProgressBatch&) = delete;
+    ProgressBatch& operator=(const ProgressBatch&) = delete;
+};
+
 /// Sets the dynamic property that the theme's style sheet reads: the text "true" or "false". Does not repolish.
 void SetStepEnable(std::initializer_list<QWidget*> widgets, bool bEnable);
 /// Lets the style sheet see a changed property.
 void Repolish(QWidget* pWidget);
+void Repolish(std::initializer_list<QWidget*> widgets);
 /// The names of the five steps of the automatic flow, worded, on as many buttons as are given.
 void SetAutomaticStepTexts(std::initializer_list<QToolButton*> buttons);
 /// The names of the four steps of the manual flow, worded.
