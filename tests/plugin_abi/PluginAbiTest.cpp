@@ -64,7 +64,7 @@ std::vector<std::string> LinesOf(const std::string& strCommand)
 TEST_F(PluginAbi, NothingButTheTwoExportsIsInTheSymbolTable)
 {
     std::vector<std::string> names;
-    for (const std::string& strLine : LinesOf("nm -D --defined-only " PLUGIN_FILE)) {
+    for (const std::string& strLine : LinesOf("nm -D --defined-only '" PLUGIN_FILE "'")) {
         std::string strName = strLine.substr(strLine.find_last_of(' ') + 1);
         strName.erase(strName.find_last_not_of('\n') + 1);
         names.push_back(strName);
@@ -75,7 +75,7 @@ TEST_F(PluginAbi, NothingButTheTwoExportsIsInTheSymbolTable)
 TEST_F(PluginAbi, TheLibraryCarriesARunpathAndNoRpath)
 {
     bool bRunpath = false;
-    for (const std::string& strLine : LinesOf("readelf -d " PLUGIN_FILE)) {
+    for (const std::string& strLine : LinesOf("readelf -d '" PLUGIN_FILE "'")) {
         bRunpath = bRunpath || strLine.find("(RUNPATH)") != std::string::npos;
         EXPECT_EQ(strLine.find("(RPATH)"), std::string::npos) << strLine;
     }
