@@ -58,7 +58,12 @@ function(ctc_test name)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gmock GTest::gtest_main)
     add_test(NAME ${name} COMMAND ${name})
+    if(CMAKE_CXX_FLAGS MATCHES "-fsanitize=thread")
+        target_sources(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests/support/VisibleThreads.cpp)
+        target_link_libraries(${name} PRIVATE opencv_core)
+        set(sanitizer "TSAN_OPTIONS=suppressions='${CMAKE_SOURCE_DIR}/scripts/tsan.supp'")
+    endif()
     # The log of a test is not the user's.
     set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT
-        "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;XDG_STATE_HOME=${CMAKE_BINARY_DIR}/tests/state/${name}")
+        "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;XDG_STATE_HOME=${CMAKE_BINARY_DIR}/tests/state/${name};${sanitizer}")
 endfunction()

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <cstring>
@@ -284,6 +285,8 @@ TEST_F(Pictures, AReaderBesideAWriterNeverSeesHalfOfTwoPictures)
         for (int i = 0; !bStop; ++i) {
             const cv::Mat& picture = i % 2 == 0 ? bright : dark;
             Save_Image(picture.data, 800, 600, 24, Path("p.bmp").c_str());
+            // The lock is not a fair one; without a pause the reader may wait longer than it does.
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
     });
     for (int i = 0; i < 300; ++i) {
