@@ -102,14 +102,15 @@ void CameraWorker::StopLoop()
     if (!m_pLoopThread && QThread::currentThread() == thread()) {
         return;
     }
-    const std::uint64_t nStop = ++m_nStops;
-    QMetaObject::invokeMethod(
-        this,
-        [this, nStop] {
-            const std::lock_guard lockInQueue(m_runMutex);
-            m_nSettledStops = std::max(m_nSettledStops, nStop);
-        },
-        Qt::QueuedConnection);
+    ++m_nStops;
+    QMetaObject::invokeMethod(this, &CameraWorker::MeetMarker, Qt::QueuedConnection);
+}
+
+void CameraWorker::MeetMarker()
+{
+    const std::lock_guard lock(m_runMutex);
+    // Markers come out in the order of their stops. A stop may be settled before its marker is met.
+    m_nSettledStops = std::max(m_nSettledStops, ++m_nMetMarkers);
 }
 
 void CameraWorker::PauseLoop()

@@ -114,6 +114,7 @@ private:
 
     void EnterRun();
     void ClearStop();
+    void MeetMarker();
     void LeaveRun();
     void WaitWhilePaused();
     bool SeesStop();
@@ -134,7 +135,7 @@ private:
     QMutex m_mutex;
     QWaitCondition m_waitCondition;
 
-    bool m_bParked = false; // guarded by m_mutex
+    std::atomic<bool> m_bParked = false; // guarded by m_mutex
     std::mutex m_textMutex;
 
     // How a stop meets its run. Each stop sends a marker into the worker's queue. A start that comes out of the queue
@@ -143,5 +144,6 @@ private:
     std::condition_variable m_runEnded;            // for the destructor
     std::atomic<QThread*> m_pLoopThread = nullptr; // which a loop runs on; changes under m_runMutex
     std::uint64_t m_nStops = 0;                    // guarded by m_runMutex
-    std::uint64_t m_nSettledStops = 0;             // their markers have come out; guarded by m_runMutex
+    std::uint64_t m_nMetMarkers = 0;               // that have come out of the queue; guarded by m_runMutex
+    std::uint64_t m_nSettledStops = 0;             // that concern no start to come; guarded by m_runMutex
 };

@@ -415,17 +415,10 @@ TEST_F(CameraWorkerLoop, AStopThatArrivesAsTheLoopBeginsIsNotLost)
 
 TEST_F(CameraWorkerLoop, AStopWhileHungAppliesToTheStartSentBeforeItAndNotToTheOneAfter)
 {
-    std::atomic<bool> bHang = true;
-    m_pCamera->OnCall("SnapPicture", [&] {
-        while (bHang) {
-            QThread::msleep(1);
-        }
-    });
-    StartOnThread();
-    WaitForFrames(1);
+    StartAndHang();
     SendStart();
     m_pWorker->StopLoop();
-    bHang = false;
+    m_bHang = false;
     WaitForQueue();
     EXPECT_EQ(m_pCamera->Count("SnapPicture"), 1) << "both runs have ended";
 
@@ -497,8 +490,9 @@ TEST_F(CameraWorkerLoop, APausedLoopIsParkedUntilItIsResumed)
 TEST_F(CameraWorkerLoop, AStopThatArrivesWhileParkedIsLost)
 {
     StartOnThread();
+    WaitForFrames(1);
     m_pWorker->PauseLoop();
-    WaitUntil([this] { return Doubles::The().logLines.size() == 1 && !m_pWorker->IsLoopRunning(); });
+    WaitUntil([this] { return !m_pWorker->IsLoopRunning(); });
     const int nSnaps = m_pCamera->Count("SnapPicture");
     m_pWorker->StopLoop();
     EXPECT_TRUE(m_pWorker->IsStopped());
@@ -648,20 +642,13 @@ TEST_F(CameraWorkerLoop, OpeningTheCameraOfTheRunningLoopOpensItWhereItIsNotOpen
 
 TEST_F(CameraWorkerLoop, OpeningTheCameraOfAHungLoopGoesOnAfterAWhile)
 {
-    std::atomic<bool> bHang = true;
-    m_pCamera->OnCall("SnapPicture", [&] {
-        while (bHang) {
-            QThread::msleep(1);
-        }
-    });
-    StartOnThread();
-    WaitForFrames(1);
+    StartAndHang();
 
     EXPECT_TRUE(m_pWorker->OpenCamera("Camera-Left"));
 
     EXPECT_TRUE(m_pWorker->IsLoopRunning());
     EXPECT_TRUE(m_pWorker->IsStopped());
-    bHang = false;
+    m_bHang = false;
     WaitForQueue();
 }
 

@@ -15,8 +15,10 @@
 #include <QThread>
 
 #include <atomic>
+#include <condition_variable>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -36,6 +38,7 @@ protected:
 
     void TearDown() override
     {
+        m_bHang = false;
         EXPECT_TRUE(EndCapture(m_pThread, m_pWorker, 60000));
         QCoreApplication::removePostedEvents(nullptr);
         EXPECT_EQ(m_module.GivenBack(), m_module.HandedOut());
@@ -55,11 +58,33 @@ protected:
     }
     void SendStart() { QMetaObject::invokeMethod(m_pWorker, &CameraWorker::LoopSnapSlot, Qt::QueuedConnection); }
 
-    /// Waits for the thread to have done what is in its queue, a running loop included.
+    /// Starts the loop and waits until it hangs in its first snap, until `m_bHang` is cleared.
+    void StartAndHang()
+    {
+        m_bHang = true;
+        m_pCamera->OnCall("SnapPicture", [this] { WaitUntil([this] { return !m_bHang; }); });
+        StartOnThread();
+        WaitUntil([this] { return m_pCamera->Count("SnapPicture") > 0; });
+    }
+
+    /// Waits for the thread to have done what is in its queue, a running loop included. By means of the standard
+    /// library, since the thread sanitizer does not see how Qt waits; for the same reason the note holds nothing.
     void WaitForQueue()
     {
+        static std::mutex mutex;
+        static std::condition_variable came;
+        static int nCame;
+        std::unique_lock lock(mutex);
+        const int nWanted = nCame + 1;
         QMetaObject::invokeMethod(
-            m_pWorker, [] {}, Qt::BlockingQueuedConnection);
+            m_pWorker,
+            [] {
+                const std::lock_guard lockInQueue(mutex);
+                ++nCame;
+                came.notify_all();
+            },
+            Qt::QueuedConnection);
+        came.wait(lock, [&] { return nCame >= nWanted; });
     }
     static void WaitUntil(const std::function<bool()>& condition)
     {
@@ -92,4 +117,5 @@ protected:
     Doubles::RecordingCamera* m_pCamera = nullptr;
     CameraWorker* m_pWorker = nullptr;
     QThread* m_pThread = nullptr;
+    std::atomic<bool> m_bHang = false;
 };

@@ -55,15 +55,8 @@ TEST_F(CaptureThread, NobodyHearsFromAWorkerThatIsBeingEnded)
 {
     std::atomic<bool> bEnding = false;
     std::atomic<int> nLate = 0;
-    std::atomic<bool> bHang = true;
     QObject::connect(m_pWorker, &CameraWorker::SendQImgSignal, [&] { nLate += bEnding ? 1 : 0; });
-    m_pCamera->OnCall("SnapPicture", [&] {
-        while (bHang) {
-            QThread::msleep(1);
-        }
-    });
-    StartOnThread();
-    WaitForFrames(1);
+    StartAndHang();
     bEnding = true;
     const QPointer<CameraWorker> pWorker(m_pWorker);
     const QPointer<QThread> pThread(m_pThread);
@@ -73,7 +66,7 @@ TEST_F(CaptureThread, NobodyHearsFromAWorkerThatIsBeingEnded)
     EXPECT_FALSE(pThread.isNull());
     EXPECT_EQ(m_module.GivenBack(), 0);
 
-    bHang = false;
+    m_bHang = false;
     WaitUntil([&] {
         QCoreApplication::processEvents();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
