@@ -26,6 +26,17 @@ constexpr int g_nLoopParameters = 500;
 constexpr int g_nToleratedFailures = 3;
 constexpr std::size_t g_nMaxNameBytes = 254;
 
+/// A deep copy, in the memory of the last one where no receiver has kept that: fresh memory for each frame would cost
+/// more than the copying.
+const cv::Mat& DeepCopy(const cv::Mat& frame, cv::Mat& copy)
+{
+    if (copy.u && CV_XADD(&copy.u->refcount, 0) > 1) {
+        copy.release();
+    }
+    frame.copyTo(copy);
+    return copy;
+}
+
 } // namespace
 
 /// The time that a loop runs.
@@ -159,6 +170,7 @@ void CameraWorker::LoopSnapSlot()
     ClearStop();
     m_bRunning = true;
     int nFailures = 0;
+    cv::Mat copy;
     ILog_WriteLogF(1, "Camera[%s] LoopStart!", name.constData());
     for (;;) {
         WaitWhilePaused();
@@ -176,7 +188,7 @@ void CameraWorker::LoopSnapSlot()
         }
         if (m_pCamera->SnapPicture(frame, nullptr) == 0) {
             nFailures = 0;
-            DeliverFrame(frame, bReopened);
+            DeliverFrame(frame, copy, bReopened);
             continue;
         }
         if (SeesStop()) {
@@ -216,9 +228,9 @@ bool CameraWorker::SeesStop()
     return true;
 }
 
-void CameraWorker::DeliverFrame(const cv::Mat& frame, bool bReopened)
+void CameraWorker::DeliverFrame(const cv::Mat& frame, cv::Mat& copy, bool bReopened)
 {
-    emit SendMatSignal(frame.clone());
+    emit SendMatSignal(DeepCopy(frame, copy));
     SaveIfWanted(frame);
     emit SendQImgSignal(Vision::MatToQImage(frame));
     if (bReopened) {

@@ -118,7 +118,7 @@ private:
     void LeaveRun();
     void WaitWhilePaused();
     bool SeesStop();
-    void DeliverFrame(const cv::Mat& frame, bool bReopened);
+    void DeliverFrame(const cv::Mat& frame, cv::Mat& copy, bool bReopened);
     void SaveIfWanted(const cv::Mat& frame);
     void GiveUp(const char* name);
     void SendPictureOf(const QString& strCamera, int nSide);

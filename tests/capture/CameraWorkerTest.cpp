@@ -156,6 +156,30 @@ TEST_F(CameraWorkerLoop, EachFrameIsADeepCopyAndARightColouredImage)
     EXPECT_EQ(image.pixel(5, 3), qRgb(3, 2, 1));
 }
 
+TEST_F(CameraWorkerLoop, FramesThatAReceiverKeepsAreNotWrittenOverByLaterOnes)
+{
+    int nSnap = 0;
+    m_pCamera->OnCall("SnapPicture", [&] { m_pCamera->SetPicture(cv::Mat(4, 6, CV_8UC1, cv::Scalar(++nSnap))); });
+    std::vector<std::pair<int, cv::Mat>> kept;
+    std::vector<const uchar*> places;
+    QObject::connect(m_pWorker, &CameraWorker::SendMatSignal, [&](const cv::Mat& frame) {
+        EXPECT_EQ(cv::countNonZero(frame == nSnap), 24);
+        places.push_back(frame.data);
+        if (nSnap % 3 != 0) {
+            kept.emplace_back(nSnap, frame);
+        }
+    });
+    StopAfterFrames(9);
+
+    m_pWorker->LoopSnapSlot();
+
+    ASSERT_EQ(kept.size(), 6u);
+    for (const auto& [nValue, frame] : kept) {
+        EXPECT_EQ(cv::countNonZero(frame == nValue), 24) << nValue;
+    }
+    EXPECT_EQ(places[2], places[3]) << "memory that nobody keeps is used again";
+}
+
 TEST_F(CameraWorkerLoop, AGoodSnapWithoutAPictureIsDeliveredAsNullImage)
 {
     m_pCamera->SetPicture(cv::Mat());
