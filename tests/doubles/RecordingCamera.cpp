@@ -244,7 +244,7 @@ CameraModule::CameraModule()
     // Kept loaded, so that the bare name meets it.
     static void* const pLibrary = dlopen(CTC_CAMERA_DOUBLE, RTLD_NOW | RTLD_LOCAL);
     using Connect = void (*)(void* (*)(), void (*)(void*));
-    const auto pfnConnect = pLibrary ? reinterpret_cast<Connect>(dlsym(pLibrary, "ConnectCameraDouble")) : nullptr;
+    const auto pfnConnect = pLibrary ? reinterpret_cast<Connect>(dlsym(pLibrary, "ConnectDouble")) : nullptr;
     if (!pfnConnect) {
         std::fprintf(stderr, "The double of the camera module cannot be loaded: %s\n", dlerror());
         std::abort();

@@ -1,4 +1,5 @@
-// The module "Camera" of tests: hands out what the test process makes. See RecordingCamera.h.
+// A module that is loaded by name, in tests: hands out what the test process makes. Built once for each name. See
+// RecordingCamera.h and RecordingErrCode.h.
 
 #include "ModuleExport.h"
 
@@ -10,7 +11,7 @@ void (*g_pfnRelease)(void*) = nullptr;
 
 extern "C" {
 
-MODULE_EXPORT void ConnectCameraDouble(void* (*pfnNew)(), void (*pfnRelease)(void*))
+MODULE_EXPORT void ConnectDouble(void* (*pfnNew)(), void (*pfnRelease)(void*))
 {
     g_pfnNew = pfnNew;
     g_pfnRelease = pfnRelease;
