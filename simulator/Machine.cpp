@@ -220,6 +220,11 @@ MicroLineReading Machine::EngraveMicroLine(const MicroLineDocument& document)
     return reading;
 }
 
+void Machine::SetLight(double dShare)
+{
+    m_pImpl->lamp = std::isfinite(dShare) ? static_cast<float>(std::clamp(dShare, 0.0, 4.0)) : 1.0f;
+}
+
 cv::Mat Machine::Snap(Side side)
 {
     MountedCamera& camera = m_pImpl->Camera(side);
@@ -231,6 +236,7 @@ cv::Mat Machine::Snap(Side side)
     }
     const Material material(Mix(m_pImpl->nSeed, m_pImpl->nSheets), BedOf(m_pImpl->kind));
     const std::uint64_t nFrame = Mix(camera.nNoiseSeed, camera.nSnaps++);
+    const float lamp = m_pImpl->lamp;
     NormalFrom12Bits(0); // builds its table before the threads start
     cv::Mat picture(camera.clean.size(), CV_8UC3);
     cv::parallel_for_(cv::Range(0, picture.rows), [&](const cv::Range& rows) {
@@ -247,7 +253,7 @@ cv::Mat Machine::Snap(Side side)
                 }
                 std::uint64_t nBits = Mix(nFrame + nRow + static_cast<std::uint64_t>(x));
                 for (int i = 0; i < 3; ++i, nBits >>= 16) {
-                    const float level = light * static_cast<float>(pClean[x][i]) / kCleanUnits;
+                    const float level = lamp * (light * static_cast<float>(pClean[x][i]) / kCleanUnits);
                     const float sigma = std::sqrt(kReadVariance + kShotVariancePerLevel * level);
                     const float noisy = level + sigma * NormalFrom12Bits(static_cast<unsigned>(nBits));
                     pPicture[x][i] = static_cast<std::uint8_t>(std::clamp(noisy + 0.5f, 0.0f, 255.0f));

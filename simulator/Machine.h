@@ -84,6 +84,9 @@ public:
     /// What a machine does with a pattern that it was sent: engraves all of it that can be read and lies on the bed.
     MicroLineReading EngraveMicroLine(const MicroLineDocument& document);
 
+    /// How bright the light over the bed is: 1 as built, 0 dark. Held to 0 to 4; what is no number counts as 1.
+    void SetLight(double dShare);
+
     /// One raw picture, CV_8UC3 BGR. Sensor noise differs from snap to snap but follows from the seed and the count.
     cv::Mat Snap(Side side);
 

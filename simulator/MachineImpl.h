@@ -36,6 +36,7 @@ struct Machine::Impl {
     Kind kind;
     std::uint64_t nSeed;
     std::uint64_t nSheets = 0;
+    float lamp = 1.0f; ///< share of the light that is on
     Engraving engraving;
     MountedCamera left;
     MountedCamera right;

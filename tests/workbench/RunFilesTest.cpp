@@ -1,0 +1,229 @@
+#include "RunFiles.h"
+
+#include "CalibratedMachine.h"
+#include "DataRoot.h"
+#include "Failure.h"
+
+#include <gmock/gmock.h>
+
+#include <QDir>
+#include <QFile>
+#include <QSettings>
+#include <QTemporaryDir>
+
+namespace
+{
+
+using namespace Workbench;
+using Kind = Simulator::Machine::Kind;
+
+class FilesOfARun : public testing::Test
+{
+protected:
+    QString Camera(const QString& strName) const { return m_data.CameraTwo(strName); }
+    void Write(const QString& strName, const QByteArray& content) const { m_data.WriteFile(Camera(strName), content); }
+    QByteArray Read(const QString& strName) const
+    {
+        QFile file(Camera(strName));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(none)");
+    }
+    bool Exists(const QString& strName) const { return QFileInfo::exists(Camera(strName)); }
+    /// What a wizard does at every closing.
+    void CloseWizard() const { QFile::remove(Camera("Progress.ini")); }
+
+    ::DataRoot m_data;
+    RunFiles m_automatic{Kind::Automatic};
+    RunFiles m_manual{Kind::Manual};
+};
+
+/// With a calibration that the pipeline takes.
+class FilesOfACalibratedMachine : public FilesOfARun
+{
+protected:
+    static void SetUpTestSuite()
+    {
+        Simulator::Machine machine(Kind::Automatic, 1);
+        Simulator::CalibrationReport report;
+        s_pOnce = new QTemporaryDir;
+        ASSERT_TRUE(Simulator::WriteCalibrationFiles(machine, s_pOnce->path().toStdString(), {}, report));
+    }
+    static void TearDownTestSuite() { delete s_pOnce; }
+    void SetUp() override
+    {
+        const QString strFolder = "/Vision/calib/Camera_Two/Result";
+        ASSERT_TRUE(QDir().mkpath(m_data.Root() + strFolder));
+        for (const QString& strName : QDir(s_pOnce->path() + strFolder).entryList(QDir::Files)) {
+            ASSERT_TRUE(
+                QFile::copy(s_pOnce->path() + strFolder + "/" + strName, m_data.Root() + strFolder + "/" + strName));
+        }
+    }
+
+    static inline QTemporaryDir* s_pOnce = nullptr;
+};
+
+TEST_F(FilesOfACalibratedMachine, ACancelledRunGivesTheCalibrationBackByteForByte)
+{
+    const QByteArray left = Read("Result/L_AutoDualCalibrate.xml");
+    const QByteArray points = Read("Result/LeftCalPts.txt");
+    m_automatic.Prepare(Opening::Calibration);
+    Write("Result/L_AutoDualCalibrate.xml", "half a run");
+    Write("Result/NewFile.txt", "of the run");
+    QFile::remove(Camera("Result/LeftCalPts.txt"));
+    CloseWizard();
+    EXPECT_FALSE(m_automatic.Conclude(false));
+    EXPECT_EQ(Read("Result/L_AutoDualCalibrate.xml"), left);
+    EXPECT_EQ(Read("Result/LeftCalPts.txt"), points);
+    EXPECT_FALSE(Exists("Result/NewFile.txt"));
+    EXPECT_FALSE(Exists("ResultBeforeRun"));
+}
+
+TEST_F(FilesOfACalibratedMachine, AFinishedRunKeepsItsResults)
+{
+    m_automatic.Prepare(Opening::Calibration);
+    Write("Result/RightCameraParam.ini", "[CAMERA_PARAM]\nAUTO_CALIBRATION=1\n");
+    CloseWizard();
+    EXPECT_TRUE(m_automatic.Conclude(true));
+    EXPECT_EQ(Read("Result/RightCameraParam.ini"), "[CAMERA_PARAM]\nAUTO_CALIBRATION=1\n");
+    EXPECT_FALSE(Exists("ResultBeforeRun"));
+}
+
+TEST_F(FilesOfACalibratedMachine, ARunThatLeftNoWholeCalibrationCountsAsCancelled)
+{
+    const QByteArray pair = Read("Result/DualCamerasCalibrationParam.ini");
+    m_automatic.Prepare(Opening::Calibration);
+    Write("Result/DualCamerasCalibrationParam.ini", "no record");
+    CloseWizard();
+    EXPECT_FALSE(m_automatic.Conclude(true));
+    EXPECT_EQ(Read("Result/DualCamerasCalibrationParam.ini"), pair);
+}
+
+TEST_F(FilesOfACalibratedMachine, AfterAProcessThatDiedTheBackupIsOfBeforeThatRun)
+{
+    const QByteArray left = Read("Result/L_AutoDualCalibrate.xml");
+    m_automatic.Prepare(Opening::Calibration);
+    Write("Result/L_AutoDualCalibrate.xml", "half a run");
+    Write("Progress.ini", "[PROGRESS]\nPROGRESS=3\n");
+    // The process ends here; the next one resumes and cancels.
+    RunFiles next(Kind::Automatic);
+    next.Recover();
+    EXPECT_EQ(Read("Result/L_AutoDualCalibrate.xml"), "half a run") << "the resumed run needs it";
+    next.Prepare(Opening::Calibration);
+    CloseWizard();
+    EXPECT_FALSE(next.Conclude(false));
+    EXPECT_EQ(Read("Result/L_AutoDualCalibrate.xml"), left);
+}
+
+TEST_F(FilesOfACalibratedMachine, ARunThatDiedAndCannotBeResumedIsUndone)
+{
+    const QByteArray left = Read("Result/L_AutoDualCalibrate.xml");
+    m_automatic.Prepare(Opening::Calibration);
+    Write("Result/L_AutoDualCalibrate.xml", "half a run");
+    RunFiles next(Kind::Automatic);
+    next.Recover();
+    EXPECT_EQ(Read("Result/L_AutoDualCalibrate.xml"), left);
+    EXPECT_FALSE(Exists("ResultBeforeRun"));
+}
+
+TEST_F(FilesOfARun, ACancelledFirstRunLeavesNoCalibration)
+{
+    m_automatic.Prepare(Opening::Calibration);
+    Write("Result/L_AutoDualCalibrate.xml", "half a run");
+    CloseWizard();
+    EXPECT_FALSE(m_automatic.Conclude(false));
+    EXPECT_FALSE(Exists("Result"));
+    EXPECT_FALSE(Exists("ResultBeforeRun"));
+}
+
+TEST_F(FilesOfARun, ConcludingWithoutARunChangesNothing)
+{
+    Write("Result/some.txt", "stays");
+    m_automatic.Conclude(false);
+    m_automatic.Recover();
+    EXPECT_EQ(Read("Result/some.txt"), "stays");
+}
+
+TEST_F(FilesOfARun, AManualRunFindsItsCameraTypeAndLensFiles)
+{
+    int nCalls = 0;
+    const auto writeLens = [&](const QString& strFolder) {
+        ++nCalls;
+        m_data.WriteFile(strFolder + "/cameraL_calibrateMap.xml", "left");
+        m_data.WriteFile(strFolder + "/cameraR_calibrateMap.xml", "right");
+        return true;
+    };
+    m_manual.Prepare(Opening::Calibration, writeLens);
+    EXPECT_EQ(QSettings(Camera("Progress.ini"), QSettings::IniFormat).value("PROGRESS/CAMERA_TYPE", 1).toInt(), 0);
+    EXPECT_EQ(Read("Output/cameraL_calibrateMap.xml"), "left");
+    m_manual.Conclude(false);
+    CloseWizard();
+    // The window deletes both at its closing, so they are written before each opening, and only where they are missing.
+    m_manual.Prepare(Opening::Fusion, writeLens);
+    EXPECT_EQ(QSettings(Camera("Progress.ini"), QSettings::IniFormat).value("PROGRESS/CAMERA_TYPE", 1).toInt(), 0);
+    EXPECT_EQ(nCalls, 1);
+    EXPECT_THROW(RunFiles(Kind::Manual).Prepare(Opening::Coordinate, writeLens), Failure) << "no homography to copy";
+}
+
+TEST_F(FilesOfARun, LensFilesThatCannotBeWrittenKeepTheWizardShut)
+{
+    EXPECT_THROW(m_manual.Prepare(Opening::Calibration, [](const QString&) { return false; }), Failure);
+}
+
+TEST_F(FilesOfARun, ACoordinateRunOfAManualMachineFindsThePairsHomography)
+{
+    Write("Result/mapImgR2L.xml", "pair");
+    m_manual.Prepare(Opening::Coordinate);
+    EXPECT_EQ(Read("Output/mapImgR2L.xml"), "pair");
+}
+
+TEST_F(FilesOfACalibratedMachine, AManualRunMeetsNoFlagsOfTheAutomaticFlowAndACancelBringsThemBack)
+{
+    const QByteArray stitch = Read("Result/AutoDualCalibrate_stitch.xml");
+    Write("Progress.ini", "[PROGRESS]\nPROGRESS=4\n");
+    m_manual.Prepare(Opening::Calibration);
+    EXPECT_FALSE(Exists("Result/AutoDualCalibrate_stitch.xml"));
+    EXPECT_FALSE(Exists("Result/LeftCameraParam.ini"));
+    EXPECT_FALSE(QSettings(Camera("Progress.ini"), QSettings::IniFormat).contains("PROGRESS/PROGRESS"))
+        << "page 4 of another flow";
+    CloseWizard();
+    m_manual.Conclude(false);
+    EXPECT_EQ(Read("Result/AutoDualCalibrate_stitch.xml"), stitch);
+}
+
+TEST_F(FilesOfARun, AnAutomaticRunDoesNotResumeAManualOne)
+{
+    Write("Progress.ini", "[PROGRESS]\nCAMERA_TYPE=0\nPROGRESS=5\n");
+    Write("Output/cameraL_calibrateMap.xml", "left");
+    m_automatic.Prepare(Opening::Calibration);
+    EXPECT_FALSE(Exists("Progress.ini"));
+    EXPECT_FALSE(Exists("Output"));
+    EXPECT_TRUE(Exists("OtherFlow/Progress.ini"));
+}
+
+TEST_F(FilesOfARun, AResumedRunKeepsItsProgress)
+{
+    Write("Progress.ini", "[PROGRESS]\nPROGRESS=4\n");
+    m_automatic.Prepare(Opening::Calibration);
+    EXPECT_EQ(Read("Progress.ini"), "[PROGRESS]\nPROGRESS=4\n");
+    EXPECT_FALSE(Exists("OtherFlow"));
+}
+
+TEST_F(FilesOfARun, OpeningsThatMakeNoSenseAreToldWhy)
+{
+    EXPECT_TRUE(m_automatic.ReasonAgainst(Opening::Calibration).isEmpty());
+    EXPECT_THAT(m_automatic.ReasonAgainst(Opening::Fusion).toStdString(), testing::HasSubstr("automatically"));
+    EXPECT_THAT(m_automatic.ReasonAgainst(Opening::Coordinate).toStdString(), testing::HasSubstr("not calibrated"));
+    for (const char* pName :
+         {"Result/L_AutoDualCalibrate.xml", "Result/R_AutoDualCalibrate.xml", "Result/LeftCalPts.txt",
+          "Result/RightCalPts.txt", "Temp/DualCamBeforeCalibrate_LeftTemp.bmp",
+          "Temp/DualCamBeforeCalibrate_RightTemp.bmp"}) {
+        Write(pName, "there");
+    }
+    EXPECT_TRUE(m_automatic.ReasonAgainst(Opening::Coordinate).isEmpty());
+
+    EXPECT_TRUE(m_manual.ReasonAgainst(Opening::Fusion).isEmpty());
+    EXPECT_FALSE(m_manual.ReasonAgainst(Opening::Coordinate).isEmpty());
+    Write("Result/mapImgR2L.xml", "there");
+    EXPECT_TRUE(m_manual.ReasonAgainst(Opening::Coordinate).isEmpty());
+}
+
+} // namespace

@@ -1,0 +1,198 @@
+#include "SimulatedDevice.h"
+
+#include "MicroLineBuilder.h"
+#include "Truth.h"
+
+#include <gmock/gmock.h>
+
+#include <QSignalSpy>
+#include <QVariant>
+
+#include <thread>
+
+namespace
+{
+
+using Simulator::Side;
+using Workbench::SimulatedDevice;
+
+const QList<QPointF> g_listTwo{{300.0, 300.0}, {400.0, 300.0}};
+
+class DeviceService : public testing::Test
+{
+protected:
+    /// As the pattern page does it: the document itself on the stack.
+    static void Stage(IDeviceHost& host, const QList<QPointF>& listPtMm)
+    {
+        MicroLineDocument document;
+        ASSERT_TRUE(FillMicroLine(document, listPtMm, 40.0));
+        host.PutMicroLine(0, &document, "TwoCalib.kv");
+    }
+    static int Send(IDeviceHost& host) { return host.RunCommand("SendCalibrateFile", QVariant()); }
+
+    cv::Mat Picture(const char* szSide)
+    {
+        cv::Mat picture;
+        EXPECT_EQ(m_device.Snap(szSide, picture), 0);
+        return picture;
+    }
+    /// Grey level at a point of the bed, mean of 5 x 5 pixels.
+    double LevelAt(const cv::Point2d& mm)
+    {
+        cv::Point2d pixel;
+        m_device.WithMachine([&](Simulator::Machine& machine) {
+            pixel = Simulator::Truth(machine).PixelFromMachine(Side::Left, mm).value();
+        });
+        const cv::Rect window(cvRound(pixel.x) - 2, cvRound(pixel.y) - 2, 5, 5);
+        const cv::Scalar mean = cv::mean(Picture("left")(window));
+        return (mean[0] + mean[1] + mean[2]) / 3.0;
+    }
+
+    SimulatedDevice m_device{Simulator::Machine::Kind::Automatic, 1};
+};
+
+TEST_F(DeviceService, APatternThatWasStagedAndSentIsEngravedWhenTheMachineIsStarted)
+{
+    const double dBlank = LevelAt({300.0, 300.0});
+    Stage(m_device, g_listTwo);
+    EXPECT_EQ(Send(m_device), 1011);
+    EXPECT_EQ(m_device.GetState().strPattern, "TwoCalib.kv");
+    EXPECT_EQ(m_device.GetState().nLines, 8u);
+    EXPECT_FALSE(m_device.GetState().bEngraved);
+    EXPECT_NEAR(LevelAt({300.0, 300.0}), dBlank, 3.0);
+
+    EXPECT_TRUE(m_device.StartEngraving());
+    EXPECT_TRUE(m_device.GetState().bEngraved);
+    EXPECT_EQ(m_device.GetState().nEngraved, 8u);
+    EXPECT_LT(LevelAt({300.0, 300.0}), 0.9 * dBlank);
+
+    m_device.PlaceMaterial();
+    EXPECT_FALSE(m_device.GetState().bEngraved);
+    EXPECT_GT(LevelAt({300.0, 300.0}), 0.9 * dBlank);
+}
+
+TEST_F(DeviceService, WhatIsStagedIsSentOnce)
+{
+    EXPECT_EQ(Send(m_device), 1016);
+    Stage(m_device, g_listTwo);
+    EXPECT_EQ(Send(m_device), 1011);
+    EXPECT_EQ(Send(m_device), 1016);
+    // What was sent before stays in the machine.
+    EXPECT_EQ(m_device.GetState().strPattern, "TwoCalib.kv");
+}
+
+TEST_F(DeviceService, TheLaterOfTwoStagedPatternsIsSent)
+{
+    Stage(m_device, g_listTwo);
+    Stage(m_device, {{300.0, 300.0}});
+    EXPECT_EQ(Send(m_device), 1011);
+    EXPECT_EQ(m_device.GetState().nLines, 6u);
+}
+
+TEST_F(DeviceService, ADocumentWithoutALineIsRefused)
+{
+    MicroLineDocument empty;
+    m_device.PutMicroLine(0, &empty, "TwoCalib.kv");
+    EXPECT_EQ(Send(m_device), 1016);
+    m_device.PutMicroLine(0, nullptr, "TwoCalib.kv");
+    EXPECT_EQ(Send(m_device), 1016);
+    EXPECT_FALSE(m_device.StartEngraving());
+}
+
+TEST_F(DeviceService, ABrokenDocumentIsRefusedAndNotEngravedInPart)
+{
+    MicroLineDocument document;
+    ASSERT_TRUE(FillMicroLine(document, g_listTwo, 40.0));
+    document.pLayer->pFirstNode->pSegment->dX0 = std::nan("");
+    m_device.PutMicroLine(0, &document, "TwoCalib.kv");
+    EXPECT_EQ(Send(m_device), 1016);
+    EXPECT_EQ(document.pLayer, nullptr) << "the receiver has taken the layer over";
+}
+
+TEST_F(DeviceService, CommandsThatItDoesNotKnowAreRefused)
+{
+    EXPECT_EQ(m_device.RunCommand("DeviceDocumentImport", QString("/nowhere.kv")), 1016);
+    EXPECT_EQ(m_device.RunCommand("OpenTheDoor", QVariant()), 1016);
+    EXPECT_EQ(m_device.RunCommand(nullptr, QVariant()), 1016);
+}
+
+TEST_F(DeviceService, AsksForTheMaterialToBeHeldAgainstTheWorkArea)
+{
+    EXPECT_EQ(m_device.GetDeviceKind(), 2);
+    ASSERT_NE(m_device.GetChannel(), nullptr);
+    EXPECT_EQ(m_device.GetChannel()->GetBusy(), 0);
+}
+
+TEST_F(DeviceService, AnotherMachineHasFreshMaterialAndNoPattern)
+{
+    Stage(m_device, g_listTwo);
+    EXPECT_EQ(Send(m_device), 1011);
+    const cv::Mat before = Picture("left");
+    m_device.SwapMachine(7);
+    EXPECT_EQ(m_device.GetState().nSeed, 7u);
+    EXPECT_TRUE(m_device.GetState().strPattern.isEmpty());
+    EXPECT_FALSE(m_device.StartEngraving());
+    EXPECT_GT(cv::norm(before, Picture("left"), cv::NORM_L1) / static_cast<double>(before.total()), 1.0);
+}
+
+TEST_F(DeviceService, WithoutLightThePicturesAreDark)
+{
+    const double dLit = cv::mean(Picture("right"))[1];
+    m_device.SetLight(0.1);
+    EXPECT_NEAR(cv::mean(Picture("right"))[1], 0.1 * dLit, 2.0);
+    m_device.SetLight(1.0);
+    EXPECT_NEAR(cv::mean(Picture("right"))[1], dLit, 0.1);
+    m_device.SetLight(std::nan(""));
+    EXPECT_EQ(m_device.GetState().dLight, 1.0);
+}
+
+TEST_F(DeviceService, ACameraThatIsUnpluggedGivesNoPictureAndTheOtherDoes)
+{
+    cv::Mat picture;
+    m_device.SetPlugged(Side::Left, false);
+    EXPECT_NE(m_device.Snap("left", picture), 0);
+    EXPECT_TRUE(picture.empty());
+    EXPECT_EQ(m_device.Snap("right", picture), 0);
+    m_device.SetPlugged(Side::Left, true);
+    EXPECT_EQ(m_device.Snap("left", picture), 0);
+    EXPECT_NE(m_device.Snap("middle", picture), 0);
+    EXPECT_NE(m_device.Snap(nullptr, picture), 0);
+}
+
+TEST_F(DeviceService, EveryChangeIsTold)
+{
+    const QSignalSpy spy(&m_device, &SimulatedDevice::StateChangedSignal);
+    m_device.SetLight(0.5);
+    m_device.SetPlugged(Side::Right, false);
+    EXPECT_EQ(spy.count(), 2);
+    Stage(m_device, g_listTwo);
+    EXPECT_EQ(Send(m_device), 1011);
+    EXPECT_EQ(spy.count(), 3);
+}
+
+TEST_F(DeviceService, ThreadsMaySnapEngraveAndLookAtOnce)
+{
+    Stage(m_device, g_listTwo);
+    ASSERT_EQ(Send(m_device), 1011);
+    std::thread camera([this] {
+        for (int i = 0; i < 2; ++i) {
+            cv::Mat picture;
+            EXPECT_EQ(m_device.Snap("left", picture), 0);
+        }
+    });
+    std::thread operatorThread([this] {
+        for (int i = 0; i < 3; ++i) {
+            m_device.PlaceMaterial();
+            EXPECT_TRUE(m_device.StartEngraving());
+            m_device.SetLight(0.5 + 0.1 * i);
+        }
+    });
+    for (int i = 0; i < 100; ++i) {
+        EXPECT_EQ(m_device.GetState().nSeed, 1u);
+    }
+    camera.join();
+    operatorThread.join();
+    EXPECT_TRUE(m_device.GetState().bEngraved);
+}
+
+} // namespace

@@ -1,0 +1,213 @@
+#include "RunFiles.h"
+
+#include "DataFolder.h"
+#include "Failure.h"
+#include "Log.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QSettings>
+
+namespace Workbench
+{
+
+namespace
+{
+
+constexpr const char* g_pCameraType = "PROGRESS/CAMERA_TYPE";
+
+/// Copies a folder beside its final name first, so that a copy under that name is a whole one.
+void CopyFolderWhole(const QString& strFrom, const QString& strTo)
+{
+    const QString strPart = strTo + ".part";
+    QDir(strPart).removeRecursively();
+    bool bOk = QDir().mkpath(strPart);
+    QDirIterator it(strFrom, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden, QDirIterator::Subdirectories);
+    while (bOk && it.hasNext()) {
+        it.next();
+        const QString strTarget = strPart + "/" + QDir(strFrom).relativeFilePath(it.filePath());
+        // A pipe would hold the copying for good.
+        bOk = it.fileInfo().isDir() ? QDir().mkpath(strTarget)
+                                    : !it.fileInfo().isFile() || QFile::copy(it.filePath(), strTarget);
+    }
+    if (!bOk || !QDir().rename(strPart, strTo)) {
+        QDir(strPart).removeRecursively();
+        throw Failure(
+            QString("The calibration in %1 cannot be copied to %2, so the wizard is not opened.").arg(strFrom, strTo));
+    }
+}
+
+bool HasAll(const QString& strFolder, std::initializer_list<const char*> names)
+{
+    for (const char* pName : names) {
+        if (!QFileInfo(strFolder + "/" + pName).isFile()) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void MoveAside(const QString& strFrom, const QString& strTo)
+{
+    if (!QFileInfo::exists(strFrom)) {
+        return;
+    }
+    if (QFileInfo(strTo).isDir()) {
+        QDir(strTo).removeRecursively();
+    } else {
+        QFile::remove(strTo);
+    }
+    if (!QDir().rename(strFrom, strTo)) {
+        throw Failure(QString("%1 is left of another run and cannot be put aside to %2.").arg(strFrom, strTo));
+    }
+    ILog_WriteLogF(1, "Put aside what was left of another run: %s", qPrintable(strTo));
+}
+
+} // namespace
+
+RunFiles::RunFiles(Simulator::Machine::Kind flow)
+    : m_bManual(flow == Simulator::Machine::Kind::Manual), m_strFolder(DataRoot() + "/Vision/calib/Camera_Two"),
+      m_strResult(m_strFolder + "/Result"), m_strBackup(m_strFolder + "/ResultBeforeRun")
+{
+}
+
+QString RunFiles::ReasonAgainst(Opening opening) const
+{
+    if (opening == Opening::Calibration) {
+        return {};
+    }
+    if (!m_bManual) {
+        if (opening == Opening::Fusion) {
+            return "This machine is calibrated automatically: there is no fusion step of its own.";
+        }
+        // Page 3 of this flow stitches again, from the two cameras' records and the pictures of the last run.
+        const bool bThere = HasAll(m_strResult, {"L_AutoDualCalibrate.xml", "R_AutoDualCalibrate.xml", "LeftCalPts.txt",
+                                                 "RightCalPts.txt"}) &&
+                            HasAll(m_strFolder + "/Temp",
+                                   {"DualCamBeforeCalibrate_LeftTemp.bmp", "DualCamBeforeCalibrate_RightTemp.bmp"});
+        return bThere ? QString() : "The cameras are not calibrated yet: run the whole calibration first.";
+    }
+    // The lens files come with the machine, so that a fusion can always be done.
+    if (opening == Opening::Coordinate && !HasAll(m_strResult, {"mapImgR2L.xml"})) {
+        return "The pictures are not fused yet: run the whole calibration first.";
+    }
+    return {};
+}
+
+void RunFiles::Prepare(Opening opening, const std::function<bool(const QString&)>& writeLensFiles)
+{
+    if (!QDir().mkpath(m_strFolder)) {
+        throw Failure(QString("The folder %1 cannot be made.").arg(m_strFolder));
+    }
+    Recover();
+    BackUp();
+    PutOtherFlowAside();
+    if (m_bManual) {
+        PrepareManual(opening, writeLensFiles);
+    }
+}
+
+void RunFiles::Recover()
+{
+    if (QFileInfo(m_strBackup).isDir() && !QFile::exists(m_strFolder + "/Progress.ini")) {
+        ILog_WriteLog(1, "A run of the wizard ended with its process before its first step or after its last one; the "
+                         "calibration of before it is taken");
+        Conclude(false);
+    }
+}
+
+void RunFiles::BackUp()
+{
+    if (QFileInfo(m_strBackup).isDir()) {
+        // A run died with its process. What it left in Result is not what the operator had.
+        ILog_WriteLogF(1, "The backup of an unfinished run is kept: %s", qPrintable(m_strBackup));
+        return;
+    }
+    if (QFileInfo(m_strResult).isDir()) {
+        CopyFolderWhole(m_strResult, m_strBackup);
+    } else if (!QDir().mkpath(m_strBackup)) {
+        // An empty backup says that there was no calibration.
+        throw Failure(QString("The folder %1 cannot be made.").arg(m_strBackup));
+    }
+}
+
+void RunFiles::PutOtherFlowAside()
+{
+    const QString strAside = m_strFolder + "/OtherFlow";
+    const QString strProgress = m_strFolder + "/Progress.ini";
+    // Without the key the wizard takes the automatic flow; nobody but the host writes it.
+    const bool bManualProgress =
+        QFile::exists(strProgress) && QSettings(strProgress, QSettings::IniFormat).value(g_pCameraType, 1).toInt() == 0;
+    if (!QDir().mkpath(strAside)) {
+        throw Failure(QString("The folder %1 cannot be made.").arg(strAside));
+    }
+    if (QFile::exists(strProgress) && bManualProgress != m_bManual) {
+        MoveAside(strProgress, strAside + "/Progress.ini");
+        MoveAside(m_strFolder + "/Output", strAside + "/Output");
+    }
+    // The pipeline asks these for the flow, also while a manual run is under way.
+    if (m_bManual) {
+        for (const char* pName : {"AutoDualCalibrate_stitch.xml", "LeftCameraParam.ini", "RightCameraParam.ini"}) {
+            const QString strFile = m_strResult + "/" + pName;
+            if (QSettings(strFile, QSettings::IniFormat).value("CAMERA_PARAM/AUTO_CALIBRATION", 0).toInt() != 0) {
+                MoveAside(strFile, strAside + "/" + pName);
+            }
+        }
+    }
+    QDir(m_strFolder).rmdir("OtherFlow"); // where nothing was put
+    QDir().mkpath(m_strResult);           // the pages write into it
+}
+
+void RunFiles::PrepareManual(Opening opening, const std::function<bool(const QString&)>& writeLensFiles)
+{
+    QSettings progress(m_strFolder + "/Progress.ini", QSettings::IniFormat);
+    progress.setValue(g_pCameraType, 0);
+    progress.sync();
+    const QString strOutput = m_strFolder + "/Output";
+    if (progress.status() != QSettings::NoError || !QDir().mkpath(strOutput)) {
+        throw Failure(QString("The folder %1 cannot be written.").arg(m_strFolder));
+    }
+    if (writeLensFiles && !HasAll(strOutput, {"cameraL_calibrateMap.xml", "cameraR_calibrateMap.xml"}) &&
+        !writeLensFiles(strOutput)) {
+        throw Failure(QString("The machine's lens files cannot be written to %1.").arg(strOutput));
+    }
+    if (opening == Opening::Coordinate && !HasAll(strOutput, {"mapImgR2L.xml"}) &&
+        !QFile::copy(m_strResult + "/mapImgR2L.xml", strOutput + "/mapImgR2L.xml")) {
+        throw Failure(QString("The homography of the pair cannot be copied to %1.").arg(strOutput));
+    }
+}
+
+bool RunFiles::IsWhole() const
+{
+    try {
+        RequireCalibration(CalibrationUse::Pictures);
+        return true;
+    } catch (const Failure& failure) {
+        ILog_WriteLogF(1, "The run left no whole calibration: %s", failure.what());
+        return false;
+    }
+}
+
+bool RunFiles::Conclude(bool bFinished)
+{
+    if (!QFileInfo(m_strBackup).isDir()) {
+        return bFinished;
+    }
+    if (bFinished && IsWhole()) {
+        QDir(m_strBackup).removeRecursively();
+        return true;
+    }
+    // Renamed whole; a process that dies between leaves the backup, which the next run keeps.
+    QDir(m_strResult).removeRecursively();
+    if (QDir(m_strBackup).isEmpty()) {
+        QDir().rmdir(m_strBackup);
+    } else if (!QDir().rename(m_strBackup, m_strResult)) {
+        ILog_WriteLogF(3, "The calibration of before the run stays in %s: it cannot be moved back",
+                       qPrintable(m_strBackup));
+    }
+    return false;
+}
+
+} // namespace Workbench

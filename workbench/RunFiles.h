@@ -1,0 +1,52 @@
+#pragma once
+
+// The files around one run of the wizard, which are the host's duty: what must lie there before an opening, and what
+// becomes of the calibration that was there when the run is cancelled. `Prepare` before the opening, `Conclude` when
+// the wizard has closed; where the process dies between the two, the next `Prepare` finds the backup and keeps it, so
+// that half a run is never taken for the calibration of before. No widget.
+
+#include "Machine.h"
+
+#include <QString>
+
+#include <functional>
+
+namespace Workbench
+{
+
+/// The three openings of the wizard.
+enum class Opening { Calibration, Coordinate, Fusion };
+
+class RunFiles
+{
+public:
+    explicit RunFiles(Simulator::Machine::Kind flow);
+
+    /// Why this opening makes no sense now, an English wording key; empty where it does. Reads files only.
+    QString ReasonAgainst(Opening opening) const;
+
+    /// Call when the host starts: where a run died with its process and cannot be resumed, the calibration of before it
+    /// comes back.
+    void Recover();
+    /// @param writeLensFiles  manual flow: writes the machine's lens files into the folder that it is given, for those
+    ///                        that are missing
+    /// Throws `Failure` when a file cannot be copied or written; the calibration is then untouched.
+    void Prepare(Opening opening, const std::function<bool(const QString& strFolder)>& writeLensFiles = {});
+    /// @param bFinished  the operator has gone to the end; a run that left no whole calibration counts as cancelled all
+    ///                   the same
+    /// @return whether the run's results are kept
+    bool Conclude(bool bFinished);
+
+private:
+    void BackUp();
+    void PutOtherFlowAside();
+    void PrepareManual(Opening opening, const std::function<bool(const QString&)>& writeLensFiles);
+    bool IsWhole() const;
+
+    const bool m_bManual;
+    const QString m_strFolder; ///< Camera_Two
+    const QString m_strResult;
+    const QString m_strBackup;
+};
+
+} // namespace Workbench

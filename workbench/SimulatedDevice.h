@@ -1,0 +1,108 @@
+#pragma once
+
+// The simulated machine as a host has it: the device service that the plug-in sends patterns to, the cameras that the
+// module "Camera" lends from, and the few things that a person does at a machine. No widget. Make one, hand it to the
+// plug-in by `SetDeviceHost` and to the camera module by `LentCameras`, and keep it until both have let go.
+//
+// Every operation may be called from any thread. Those that work on the machine itself (placing material, engraving,
+// swapping it, taking a picture) wait for one another, up to a second; a window calls them on a thread of its own.
+// `GetState`, the light and the plugs never wait for the machine.
+
+#include "IDeviceHost.h"
+#include "Machine.h"
+#include "SimulatedCameras.h"
+
+#include <QObject>
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+
+namespace Simulator
+{
+class MicroLineCopy;
+}
+
+namespace Workbench
+{
+
+/// The answers of `RunCommand`.
+enum DeviceStatus { DeviceBusy = 1001, DeviceSuccess = 1011, DeviceRefused = 1016 };
+
+class SimulatedDevice final : public QObject, public IDeviceHost, public IDeviceChannel, public ISimulatedCameras
+{
+    Q_OBJECT
+
+public:
+    /// What the machine's own display would show.
+    struct State {
+        std::uint64_t nSeed = 0;
+        QString strPattern;        ///< name of the pattern that was sent; empty while there is none
+        std::size_t nLines = 0;    ///< of that pattern
+        std::size_t nEngraved = 0; ///< of these, how many the last engraving burnt; the others lie off the bed
+        bool bEngraved = false;    ///< that pattern, into the material that lies there now
+        bool bBusy = false;        ///< engraving
+        double dLight = 1.0;       ///< 1 as built, 0 dark
+        bool bLeftPlugged = true;
+        bool bRightPlugged = true;
+    };
+
+    SimulatedDevice(Simulator::Machine::Kind kind, std::uint64_t nSeed);
+    ~SimulatedDevice() override;
+
+    Simulator::Machine::Kind Kind() const { return m_kind; }
+    cv::Size2d WorkAreaMm() const { return m_areaMm; }
+    State GetState() const;
+    /// For who measures against the truth or engraves a pattern of its own: `use` has the machine to itself meanwhile.
+    template <typename Use> void WithMachine(Use use)
+    {
+        const std::lock_guard lock(m_machineMutex);
+        use(*m_pMachine);
+    }
+
+    void PlaceMaterial();
+    /// Engraves the pattern that was sent; false where none was.
+    bool StartEngraving();
+    /// Another machine of the same kind in its place, with fresh material; a pattern that was sent is gone with the old
+    /// one. Light and plugs stay.
+    void SwapMachine(std::uint64_t nSeed);
+    void SetLight(double dShare);
+    /// A camera that is not plugged in gives no pictures.
+    void SetPlugged(Simulator::Side side, bool bPlugged);
+
+    // IDeviceHost and IDeviceChannel
+    /// 2: the plug-in holds the material's size against the work area.
+    int GetDeviceKind() override { return 2; }
+    IDeviceChannel* GetChannel() override { return this; }
+    int GetBusy() override;
+    /// "SendCalibrateFile" sends what was staged last: 1011, or 1016 where nothing was or no line of it can be read.
+    /// "DeviceDocumentImport" answers 1016: no document can be imported yet. 1001 while the machine engraves.
+    int RunCommand(const char* pCommand, QVariant argument) override;
+    /// Stages a copy. The layer and all below it become this side's and are freed: the sender has made them by `new`,
+    /// one by one, and keeps the document itself.
+    void PutMicroLine(int nZero, MicroLineDocument* pDocument, QString strName) override;
+
+    // ISimulatedCameras
+    int Snap(const char* szSide, cv::Mat& picture) override;
+
+signals:
+    /// From any thread.
+    void StateChangedSignal();
+
+private:
+    int SendStaged();
+    /// Changes the state under its lock, then tells.
+    template <typename Change> void ChangeState(Change change);
+
+    const Simulator::Machine::Kind m_kind;
+    cv::Size2d m_areaMm;
+    std::mutex m_machineMutex; ///< taken before `m_stateMutex` where both are
+    std::unique_ptr<Simulator::Machine> m_pMachine;
+    mutable std::mutex m_stateMutex;
+    State m_state;
+    QString m_strStaged;
+    std::shared_ptr<const Simulator::MicroLineCopy> m_pStaged;
+    std::shared_ptr<const Simulator::MicroLineCopy> m_pSent;
+};
+
+} // namespace Workbench
