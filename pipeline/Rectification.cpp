@@ -3,6 +3,7 @@
 #include "CrossPtsDetectDllR.h"
 #include "FileStore.h"
 #include "FisheyeCalibrationDllR.h"
+#include "GreyCopy.h"
 #include "KorvaneVision.h"
 #include "Log.h"
 #include "PipelineGuard.h"
@@ -13,27 +14,12 @@
 #include <QFile>
 
 #include <algorithm>
-#include <cstring>
 #include <stdexcept>
 
 namespace
 {
 
 constexpr const char* g_pCalibImage = "CalibrateTwoCameraIns::CalibImage";
-
-/// Bytes of a picture; empty for sizes that are not positive or overflow.
-std::size_t PictureBytes(long nWidth, long nHeight, int nBits)
-{
-    if (nWidth <= 0 || nHeight <= 0 || nBits <= 0) {
-        return 0;
-    }
-    std::size_t nBytes = 0;
-    if (__builtin_mul_overflow(static_cast<std::size_t>(nWidth), static_cast<std::size_t>(nHeight), &nBytes) ||
-        __builtin_mul_overflow(nBytes, static_cast<std::size_t>(nBits), &nBytes)) {
-        return 0;
-    }
-    return nBytes / 8;
-}
 
 /// What `cv::imwrite` makes of a picture, at a fraction of its time for the pictures that cameras deliver. Throws, with
 /// the file's name, what OpenCV throws.
@@ -69,16 +55,7 @@ void WriteAndReadBack(const cv::Mat& picture, const QString& strFile, PictureBuf
         return;
     }
     pPixels = buffer.Pixels();
-    const std::size_t nGreyBytes = PictureBytes(nWidth, nHeight, 8);
-    unsigned char* pGrey = greyBuffer.Reserve(nGreyBytes);
-    if (!pGrey || !pPixels) {
-        return;
-    }
-    if (nBits == 24 || nBits == 32) {
-        ConvertRGBToGray(pPixels, nWidth, nHeight, nBits, pGrey);
-    } else {
-        std::memcpy(pGrey, pPixels, std::min(nGreyBytes, PictureBytes(nWidth, nHeight, nBits)));
-    }
+    Pipeline::GreyCopy(pPixels, nWidth, nHeight, nBits, greyBuffer);
 }
 
 } // namespace
@@ -132,7 +109,7 @@ int CalibrateTwoCameraIns::CalibImageAutomatic(const cv::Mat& left, const cv::Ma
     // Both cameras are rectified into the doubled size of the left picture; this is meant, as is dropping the result.
     const long nWidth = 2L * left.cols;
     const long nHeight = 2L * left.rows;
-    unsigned char* pCorrected = m_correctedBuffer.Reserve(PictureBytes(nWidth, nHeight, m_nLeftBits));
+    unsigned char* pCorrected = m_correctedBuffer.Reserve(Pipeline::PictureBytes(nWidth, nHeight, m_nLeftBits));
     SingleCamCorrected(m_pLeftPixels, m_nLeftWidth, m_nLeftHeight, m_nLeftBits, m_leftFishEyeParam, pCorrected, nWidth,
                        nHeight, nullptr);
     m_rightFishEyeParam = {};

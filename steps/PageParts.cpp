@@ -6,6 +6,8 @@
 #include "Log.h"
 #include "Translator.h"
 
+#include <QDir>
+#include <QFile>
 #include <QFontMetrics>
 #include <QPixmap>
 #include <QPushButton>
@@ -121,4 +123,21 @@ void ShowHint(DualGraphicsView& view, int nNumber, QPoint point)
                          QString::number(nNumber) + ".svg");
     view.RemoveHintPicture();
     view.ShowHintPicture(pixmap, QPoint(point.x() + 5, point.y() - pixmap.height() - 5));
+}
+
+bool CopyFolder(const QString& strFrom, const QString& strTo)
+{
+    bool bAll = QDir().mkpath(strTo);
+    const QFileInfoList entries = QDir(strFrom).entryInfoList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot);
+    for (const QFileInfo& entry : entries) {
+        const QString strTarget = strTo + "/" + entry.fileName();
+        if (entry.isDir()) {
+            // A link may lead back up.
+            bAll = !entry.isSymLink() && CopyFolder(entry.filePath(), strTarget) && bAll;
+        } else {
+            QFile::remove(strTarget);
+            bAll = QFile::copy(entry.filePath(), strTarget) && bAll;
+        }
+    }
+    return bAll;
 }

@@ -66,3 +66,7 @@ bool IsOutside(QPointF point, QSize picture);
 /// Shows the hint picture number `nNumber`, counted from 1, with its lower left corner 5 px right of and above
 /// `point`, in place of the one before.
 void ShowHint(DualGraphicsView& view, int nNumber, QPoint point);
+
+/// Copies all files and folders below `strFrom` into `strTo`, which is made; files of the same name are replaced.
+/// False where anything could not be copied; the rest is copied all the same.
+bool CopyFolder(const QString& strFrom, const QString& strTo);

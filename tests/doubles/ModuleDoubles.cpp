@@ -75,6 +75,23 @@ std::string Folder(const std::string& strFile)
     return BaseName(strFolder) + "/" + BaseName(strFile);
 }
 
+std::string Ids(const std::vector<CalibrationPoint>& points)
+{
+    return std::accumulate(points.begin(), points.end(), std::string(),
+                           [](const std::string& strIds, const CalibrationPoint& point) {
+                               return strIds + std::to_string(point.nId) + ",";
+                           });
+}
+
+/// One camera's part of a call.
+std::string Side(const unsigned char* pData, long width, long height, int bits, const FishEyeCalibrationParam& param,
+                 const std::vector<CalibrationPoint>& points)
+{
+    return (pData ? "first byte " + std::to_string(pData[0]) : std::string("null")) + " " + std::to_string(width) +
+           "x" + std::to_string(height) + " " + std::to_string(bits) + " record " +
+           std::to_string(static_cast<int>(param.words[0])) + " ids " + Ids(points);
+}
+
 } // namespace
 
 void ILog_WriteLog(int nLevel, const char* pText)
@@ -159,6 +176,69 @@ void ConvertRGBToGray(unsigned char*, long width, long height, int bits, unsigne
     std::memset(dst, 99, static_cast<std::size_t>(width * height));
 }
 
+void LeftPtsRearrange(std::vector<CalibrationPoint>& points, int row, int col)
+{
+    Call("LeftPtsRearrange", Ids(points) + " " + std::to_string(row) + "x" + std::to_string(col));
+    if (Doubles::The().rearrange) {
+        Doubles::The().rearrange(points);
+    }
+}
+
+void RightPtsRearrange(std::vector<CalibrationPoint>& points, int row, int col)
+{
+    Call("RightPtsRearrange", Ids(points) + " " + std::to_string(row) + "x" + std::to_string(col));
+    if (Doubles::The().rearrange) {
+        Doubles::The().rearrange(points);
+    }
+}
+
+bool AddCalibrationPt_Coordinate(float x, float y, std::vector<CalibrationPoint>& points)
+{
+    if (!Call("AddCalibrationPt_Coordinate", "")) {
+        return false;
+    }
+    CalibrationPoint point;
+    point.nId = static_cast<int>(points.size()) + 1;
+    point.fImageX = x;
+    point.fImageY = y;
+    points.push_back(point);
+    return true;
+}
+
+bool DeleteCalibrationPt_ID(int id, std::vector<CalibrationPoint>& points)
+{
+    const bool bOk = Call("DeleteCalibrationPt_ID", std::to_string(id));
+    const auto found =
+        std::find_if(points.begin(), points.end(), [=](const CalibrationPoint& point) { return point.nId == id; });
+    if (found != points.end()) {
+        points.erase(found);
+    }
+    return bOk;
+}
+
+bool SingleCamCalibration(unsigned char* gray, long width, long height, int bits, std::vector<CalibrationPoint>& points,
+                          long outWidth, long outHeight, FishEyeCalibrationParam& param, double& error)
+{
+    Doubles::State& state = Doubles::The();
+    state.calibrated = points;
+    state.calibratedGrey.assign(gray, gray ? gray + width * height : gray);
+    error = state.dResidual;
+    param.words[0] = 29.0;
+    return Call("SingleCamCalibration", std::to_string(width) + "x" + std::to_string(height) + " " +
+                                            std::to_string(bits) + " to " + std::to_string(outWidth) + "x" +
+                                            std::to_string(outHeight));
+}
+
+bool SaveCalibrationParam(const char* path, FishEyeCalibrationParam param)
+{
+    return Call("SaveCalibrationParam", Folder(path) + " record " + std::to_string(static_cast<int>(param.words[0])));
+}
+
+bool SaveDualCamerasCalibrationParam(const char* path, DualFishEyeCalibrationParam param)
+{
+    return Call("SaveDualCamerasCalibrationParam", Folder(path) + " record " + std::to_string(param.words[0]));
+}
+
 bool LoadCalibrationParam(const char* file, FishEyeCalibrationParam& param)
 {
     const bool bOk = Call("LoadCalibrationParam", BaseName(file));
@@ -181,26 +261,37 @@ bool SingleCamCorrected(unsigned char*, long srcWidth, long srcHeight, int bits,
                     std::to_string(dstHeight) + (mask ? " mask" : ""));
 }
 
+bool ComputeStitchedImageSize(unsigned char* leftData, long leftWidth, long leftHeight, int leftBits,
+                              FishEyeCalibrationParam leftParam, std::vector<CalibrationPoint> leftPoints,
+                              unsigned char* rightData, long rightWidth, long rightHeight, int rightBits,
+                              FishEyeCalibrationParam rightParam, std::vector<CalibrationPoint> rightPoints,
+                              long& outWidth, long& outHeight, int& outBits)
+{
+    const std::string strBefore =
+        std::to_string(outWidth) + "x" + std::to_string(outHeight) + " " + std::to_string(outBits);
+    const bool bOk =
+        Call("ComputeStitchedImageSize",
+             Side(leftData, leftWidth, leftHeight, leftBits, leftParam, leftPoints) + "; " +
+                 Side(rightData, rightWidth, rightHeight, rightBits, rightParam, rightPoints) + "; from " + strBefore);
+    if (bOk) {
+        outWidth = Doubles::The().nStitchWidth;
+        outHeight = Doubles::The().nStitchHeight;
+        outBits = Doubles::The().nStitchBits;
+    }
+    return bOk;
+}
+
 bool FishEyeImageStitching(unsigned char* leftData, long leftWidth, long leftHeight, int leftBits,
                            FishEyeCalibrationParam leftParam, std::vector<CalibrationPoint> leftPoints,
                            unsigned char* rightData, long rightWidth, long rightHeight, int rightBits,
                            FishEyeCalibrationParam rightParam, std::vector<CalibrationPoint> rightPoints,
-                           unsigned char* out, long outWidth, long outHeight, int outBits, DualFishEyeCalibrationParam&)
+                           unsigned char* out, long outWidth, long outHeight, int outBits,
+                           DualFishEyeCalibrationParam& dualParam)
 {
     Doubles::State& state = Doubles::The();
-    const auto side = [](const unsigned char* pData, long width, long height, int bits,
-                         const FishEyeCalibrationParam& param, const std::vector<CalibrationPoint>& points) {
-        return (pData ? "first byte " + std::to_string(pData[0]) : std::string("null")) + " " + std::to_string(width) +
-               "x" + std::to_string(height) + " " + std::to_string(bits) + " record " +
-               std::to_string(static_cast<int>(param.words[0])) + " ids " +
-               std::accumulate(points.begin(), points.end(), std::string(),
-                               [](const std::string& strIds, const CalibrationPoint& point) {
-                                   return strIds + std::to_string(point.nId) + ",";
-                               });
-    };
     const bool bOk =
-        Call("FishEyeImageStitching", side(leftData, leftWidth, leftHeight, leftBits, leftParam, leftPoints) + "; " +
-                                          side(rightData, rightWidth, rightHeight, rightBits, rightParam, rightPoints) +
+        Call("FishEyeImageStitching", Side(leftData, leftWidth, leftHeight, leftBits, leftParam, leftPoints) + "; " +
+                                          Side(rightData, rightWidth, rightHeight, rightBits, rightParam, rightPoints) +
                                           "; to " + (out ? "" : "null ") + std::to_string(outWidth) + "x" +
                                           std::to_string(outHeight) + " " + std::to_string(outBits));
     const std::size_t nBytes = static_cast<std::size_t>(outWidth * outHeight * outBits / 8);
@@ -208,6 +299,9 @@ bool FishEyeImageStitching(unsigned char* leftData, long leftWidth, long leftHei
         state.bStitchBufferZero = std::all_of(out, out + nBytes, [](unsigned char n) { return n == 0; });
         std::memset(out, state.nStitchGrey, nBytes);
     }
+    state.stitchedLeft = leftPoints;
+    state.stitchedRight = rightPoints;
+    dualParam.words[0] = 7;
     return bOk;
 }
 

@@ -10,6 +10,7 @@
 
 #include <QString>
 
+#include <functional>
 #include <map>
 #include <string>
 #include <utility>
@@ -42,6 +43,14 @@ struct State {
     bool bCorrectedNull = false;         ///< SingleCamCorrected got no buffer
     double dBlendScore = 0.0;            ///< as it came in
     double dExpansionScale = 0.0;
+
+    std::function<void(std::vector<CalibrationPoint>&)> rearrange; ///< what both rearranging operations do, if anything
+    std::vector<CalibrationPoint> calibrated;                      ///< what the last SingleCamCalibration was given
+    std::vector<unsigned char> calibratedGrey;                     ///< the same, its picture
+    double dResidual = 0.5;                                        ///< what SingleCamCalibration says of itself
+    std::vector<CalibrationPoint> stitchedLeft, stitchedRight;     ///< what the last FishEyeImageStitching was given
+    long nStitchWidth = 12, nStitchHeight = 8;                     ///< what ComputeStitchedImageSize gives
+    int nStitchBits = 24;
 
     int Count(const std::string& strName) const;
     bool Logged(int nLevel, const std::string& strText) const;
