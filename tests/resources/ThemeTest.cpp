@@ -1,0 +1,88 @@
+#include "Theme.h"
+
+#include "ApplicationTest.h"
+#include "InstallResources.h"
+
+#include <QImage>
+#include <QLabel>
+#include <QPixmap>
+#include <QRegularExpression>
+#include <QStyle>
+#include <QToolButton>
+
+namespace
+{
+
+class Theme : public ApplicationTest
+{
+protected:
+    void SetUp() override { ASSERT_TRUE(Workbench::ApplyTheme(*m_pApplication)); }
+
+    /// What a page's widget of this name looks like with this property, set the way that pages do it.
+    template <typename Widget> QImage Look(const char* pName, const char* pProperty, const char* pValue)
+    {
+        Widget widget;
+        widget.setObjectName(pName);
+        widget.resize(640, 500);
+        widget.show();
+        widget.setProperty(pProperty, QString(pValue));
+        widget.style()->unpolish(&widget);
+        widget.style()->polish(&widget);
+        return widget.grab().toImage();
+    }
+};
+
+} // namespace
+
+TEST_F(Theme, AStepThatIsReachedLooksOtherThanOneThatIsNot)
+{
+    for (int i = 1; i <= 5; ++i) {
+        const QByteArray name = "toolButton_Step" + QByteArray::number(i);
+        EXPECT_NE(Look<QToolButton>(name, "Enable", "true"), Look<QToolButton>(name, "Enable", "false"));
+        const QByteArray line = "label_Step" + QByteArray::number(i);
+        EXPECT_NE(Look<QLabel>(line, "Enable", "true"), Look<QLabel>(line, "Enable", "false"));
+    }
+}
+
+TEST_F(Theme, ThePatternPictureFollowsTheMode)
+{
+    const QImage empty = Look<QLabel>("label_calibratePic", "Mode", "");
+    const QImage standard = Look<QLabel>("label_calibratePic", "Mode", "Default");
+    const QImage custom = Look<QLabel>("label_calibratePic", "Mode", "Custom");
+    EXPECT_NE(standard, empty);
+    EXPECT_NE(custom, empty);
+    EXPECT_NE(standard, custom);
+}
+
+TEST_F(Theme, TheWaitingPictureFollowsTheState)
+{
+    const QImage empty = Look<QLabel>("label_calibratePicTwo", "state", "");
+    const QImage handEye = Look<QLabel>("label_calibratePicTwo", "state", "HandEye");
+    const QImage fusion = Look<QLabel>("label_calibratePicTwo", "state", "Fusion");
+    EXPECT_NE(handEye, empty);
+    EXPECT_NE(fusion, empty);
+    EXPECT_NE(handEye, fusion);
+}
+
+TEST_F(Theme, EveryPictureThatTheStyleSheetNamesCanBeDrawn)
+{
+    int nNamed = 0;
+    auto it = QRegularExpression("url\\(\"([^\"]+)\"\\)").globalMatch(m_pApplication->styleSheet());
+    while (it.hasNext()) {
+        const QString strFile = it.next().captured(1);
+        EXPECT_TRUE(strFile.startsWith("theme:")) << qPrintable(strFile);
+        EXPECT_FALSE(QPixmap(strFile).isNull()) << qPrintable(strFile);
+        ++nNamed;
+    }
+    EXPECT_GE(nNamed, 7);
+}
+
+TEST_F(Theme, TheCursorPictureHasItsTipInTheMiddle)
+{
+    const QImage cursor(Workbench::InstallResourceFolder() + "/Res/Icon/RedArrow.svg");
+    ASSERT_FALSE(cursor.isNull());
+    EXPECT_EQ(cursor.width(), cursor.height());
+    const int nMiddle = cursor.width() / 2;
+    EXPECT_GT(cursor.pixelColor(nMiddle, nMiddle + 3).alpha(), 0);
+    EXPECT_EQ(cursor.pixelColor(nMiddle, nMiddle - 3).alpha(), 0);
+}
