@@ -101,7 +101,10 @@ std::vector<NamedSource> ReadCameraSettings(const QString& strFile)
 
 std::string ListedName(std::size_t nIndex, const std::string& strName)
 {
-    return "[" + std::to_string(nIndex) + "] " + strName;
+    // Appended: inserting in front of a number sets off a false alarm of the optimising compiler.
+    std::string strListed = "[";
+    strListed += std::to_string(nIndex) + "] " + strName;
+    return strListed;
 }
 
 std::string PureName(const char* pName)
