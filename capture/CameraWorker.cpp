@@ -96,8 +96,11 @@ void CameraWorker::LeaveRun()
 {
     const std::lock_guard lock(m_runMutex);
     m_bStop = true;
-    m_bReopen = false;
-    m_bRunning = false;
+    // The two-camera loop never counts as running and reopens nothing: a request waits for the live loop.
+    if (m_bRunning) {
+        m_bReopen = false;
+        m_bRunning = false;
+    }
     // A loop that was called directly, outside of any queue, has no markers to wait for.
     if (QThread::currentThread() != thread() || QThread::currentThread()->loopLevel() == 0) {
         m_nSettledStops = m_nStops;

@@ -180,6 +180,27 @@ TEST_F(CameraWorkerLoop, FramesThatAReceiverKeepsAreNotWrittenOverByLaterOnes)
     EXPECT_EQ(places[2], places[3]) << "memory that nobody keeps is used again";
 }
 
+TEST_F(CameraWorkerLoop, FramesAndImagesTravelThroughAQueue)
+{
+    QObject receiver;
+    cv::Mat frame;
+    QImage image;
+    QObject::connect(
+        m_pWorker, &CameraWorker::SendMatSignal, &receiver, [&](const cv::Mat& one) { frame = one; },
+        Qt::QueuedConnection);
+    QObject::connect(
+        m_pWorker, &CameraWorker::SendQImgSignal, &receiver, [&](const QImage& one) { image = one; },
+        Qt::QueuedConnection);
+    StopAfterFrames(1);
+
+    m_pWorker->LoopSnapSlot();
+    EXPECT_TRUE(frame.empty());
+    QCoreApplication::processEvents();
+
+    EXPECT_EQ(frame.size(), cv::Size(6, 4));
+    EXPECT_EQ(image.size(), QSize(6, 4));
+}
+
 TEST_F(CameraWorkerLoop, AGoodSnapWithoutAPictureIsDeliveredAsNullImage)
 {
     m_pCamera->SetPicture(cv::Mat());
@@ -626,6 +647,24 @@ TEST_F(CameraWorkerLoop, AWaitingReopenReturnsWithoutALoop)
         << "the next run sees to it";
 }
 
+TEST_F(CameraWorkerLoop, AReopenDuringTheTwoCameraLoopWaitsForTheLiveLoop)
+{
+    m_pWorker->SetLeftCameraName("Camera-Left");
+    QObject::connect(m_pWorker, &CameraWorker::SendCameraImgSignal, [this] {
+        m_pWorker->RequestReopen(false);
+        m_pWorker->StopLoop();
+    });
+    m_pWorker->LoopSnapTwoCameraSlot();
+    m_pCamera->SetName("Camera-Left");
+    m_pCamera->ForgetCalls();
+
+    StopAfterFrames(1);
+    m_pWorker->LoopSnapSlot();
+
+    EXPECT_THAT(m_pCamera->Commands(),
+                ElementsAre("CloseCamera(null)", "OpenCamera(Camera-Left)", "SnapPicture(null)"));
+}
+
 TEST_F(CameraWorkerLoop, AWaitingReopenFromWithinTheLoopDoesNotWaitForItself)
 {
     QObject::connect(m_pWorker, &CameraWorker::SendQImgSignal, [this] { m_pWorker->RequestReopen(true); });
@@ -650,6 +689,22 @@ TEST_F(CameraWorkerLoop, OpeningTheCameraOfTheRunningLoopStopsItAndLeavesAnOpenC
     EXPECT_EQ(m_pCamera->Count("OpenCamera"), 0);
     EXPECT_EQ(m_pCamera->Count("IsCameraOpen"), 1);
     WaitForQueue();
+}
+
+TEST_F(CameraWorkerLoop, OpeningTheCameraOfTheRunningLoopWaitsForASlowSnap)
+{
+    StartAndHang();
+    std::thread slowCamera([this] {
+        WaitUntil([this] { return m_pWorker->IsStopped(); });
+        QThread::msleep(250);
+        m_bHang = false;
+    });
+
+    EXPECT_TRUE(m_pWorker->OpenCamera("Camera-Left"));
+
+    EXPECT_FALSE(m_pWorker->IsLoopRunning());
+    EXPECT_EQ(m_pCamera->Count("OpenCamera"), 0);
+    slowCamera.join();
 }
 
 TEST_F(CameraWorkerLoop, OpeningTheCameraOfTheRunningLoopOpensItWhereItIsNotOpenAnyMore)

@@ -132,8 +132,24 @@ TEST_P(SnapshotOfEachPage, WithoutADeviceThereIsNoPictureAndNoWord)
     EXPECT_THAT(m_answers.Notices(), IsEmpty());
 }
 
+TEST_P(SnapshotOfEachPage, OnlyThePlainWordNoneStandsForNoCamera)
+{
+    Doubles::The().wordings = {{"None", "Keine"}};
+    m_pCamera->SetList({"none", "Keine"});
+
+    EXPECT_FALSE(Snap("none", Row()).empty());
+    EXPECT_FALSE(Snap("Keine", Row()).empty());
+    m_pCamera->ForgetCalls();
+    EXPECT_TRUE(Snap("None", Row()).empty());
+
+    EXPECT_THAT(m_pCamera->Calls(), IsEmpty());
+}
+
 TEST_P(SnapshotOfEachPage, ACameraThatIsNotListedIsReportedAndNothingIsOpenedOrClosed)
 {
+    m_answers.OnBox(
+        [this](QMessageBox&) { EXPECT_THAT(Failures(), SizeIs(1)) << "the log line comes before the box"; });
+
     EXPECT_TRUE(Snap("Camera-Top", Row()).empty());
 
     EXPECT_THAT(m_pCamera->Calls(), ElementsAre("GetCameraList()"));
