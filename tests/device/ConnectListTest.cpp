@@ -5,6 +5,8 @@
 
 #include <gmock/gmock.h>
 
+#include <sys/stat.h>
+
 #include <random>
 
 namespace
@@ -73,6 +75,14 @@ TEST_F(ConnectList, AMissingFileLeavesTheUsbEntry)
 TEST_F(ConnectList, AFolderUnderTheNameIsNoFile)
 {
     ASSERT_TRUE(QDir().mkpath(F::Path()));
+    EXPECT_FALSE(m_device.ReadConnectList());
+    ExpectOnlyUsb();
+}
+
+TEST_F(ConnectList, APipeUnderTheNameIsNoFileAndHoldsNobodyUp)
+{
+    ASSERT_TRUE(QDir().mkpath(GetInstallResourcePath()));
+    ASSERT_EQ(mkfifo(QFile::encodeName(F::Path()).constData(), 0600), 0);
     EXPECT_FALSE(m_device.ReadConnectList());
     ExpectOnlyUsb();
 }

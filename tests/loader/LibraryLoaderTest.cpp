@@ -74,8 +74,10 @@ TEST_F(LibraryLoader, AMissingModuleShowsItsNameAndGivesNull)
     EXPECT_THAT(g_listLoadedModules, IsEmpty());
 }
 
-TEST_F(LibraryLoader, TheLogLineOfAFailureIsEmpty)
+TEST_F(LibraryLoader, TheLogLineOfAFailureIsEmptyAndComesAfterTheBox)
 {
+    m_answers.OnBox([](QMessageBox&) { EXPECT_THAT(Doubles::The().logLines, IsEmpty()); });
+
     LoadModule("NoSuchModule", true, nullptr);
 
     EXPECT_THAT(Doubles::The().logLines, ElementsAre(Pair(1, "")));
@@ -105,8 +107,9 @@ TEST_F(LibraryLoader, AModuleWithoutReleaseInterfaceShowsTheThirdTextAndStaysUnc
     EXPECT_EQ(LoadModule(ModulePath("no_release"), true, nullptr), nullptr);
 
     EXPECT_EQ(m_answers.OnlyText(), "Load " + ModulePath("no_release") + " faile3! \n");
-    EXPECT_EQ(Counted("no_release", "NewCalls"), 0);
+    // Before the counter is asked for, which loads the library itself.
     EXPECT_TRUE(QLibrary(ModulePath("no_release")).isLoaded()) << "the handle is dropped without an unload";
+    EXPECT_EQ(Counted("no_release", "NewCalls"), 0);
 }
 
 TEST_F(LibraryLoader, AFileThatIsNoLibraryIsAFailureLikeAMissingOne)

@@ -241,6 +241,18 @@ TEST_F(ToolBar, AChangeOfLanguageRenewsTheToolTips)
     EXPECT_EQ(Button("Modify").text(), "Modify");
 }
 
+TEST_F(ToolBar, OtherChangesArePassedOver)
+{
+    m_bar.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&m_bar));
+    Painted::PaintCounter counter(m_bar);
+    counter.Take();
+    // The toolkit would repaint a widget that hands this on.
+    QEvent font(QEvent::FontChange);
+    QCoreApplication::sendEvent(&m_bar, &font);
+    EXPECT_EQ(counter.Take(), 0);
+}
+
 TEST_F(ToolBar, ItsTipsAreWordedByTheTranslatorAndItsTextsAreNot)
 {
     Doubles::The().wordings = {{"Add", "~Add"}, {"Modify", "~Modify"}, {"Revise", "~Revise"}, {"Delete", "~Delete"}};

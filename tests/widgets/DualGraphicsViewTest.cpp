@@ -549,6 +549,16 @@ TEST_F(View, ClearingRemovesEverythingButThePicture)
     EXPECT_TRUE(m_view.HasPicture());
 }
 
+TEST_F(View, ClearingDeletesItemsOfAnyKind)
+{
+    m_view.SetPicture(Grey());
+    m_view.scene()->addRect(0, 0, 10, 10);
+    m_view.scene()->addPixmap(Grey(5, 5));
+    m_view.ClearCrosses();
+    EXPECT_EQ(m_view.scene()->items().size(), 1);
+    EXPECT_TRUE(m_view.HasPicture());
+}
+
 TEST_F(View, ClearingKeepsTheScenesIndex)
 {
     SetNumberedCrosses(3);
