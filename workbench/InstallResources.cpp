@@ -13,7 +13,7 @@ QString InstallResourceFolder()
 
 QString CalibrationResourceFolder(bool bManualMachine)
 {
-    return InstallResourceFolder() + (bManualMachine ? "/Vision/calib/Manual" : "/Vision/calib/Automatic");
+    return InstallResourceFolder() + (bManualMachine ? "/Vision/calib/Manual" : "/Vision/calib");
 }
 
 } // namespace Workbench
