@@ -11,6 +11,7 @@
 #include <QTemporaryDir>
 #include <QThread>
 
+#include <cstdlib>
 #include <memory>
 
 namespace
@@ -251,6 +252,22 @@ TEST_F(LibraryLoader, ReleaseAllGivesBackEveryRecord)
 
     EXPECT_THAT(g_listLoadedModules, IsEmpty());
     EXPECT_FALSE(QLibrary(ModulePath("good")).isLoaded());
+}
+
+TEST_F(LibraryLoader, WhatIsNotGivenBackLivesUntilTheProcessEndsAndIsNotReleasedThen)
+{
+    const auto loadAndExit = [](bool bRelease) {
+        void* const pInstance = LoadModule(ModulePath("loud"), true, nullptr);
+        // For the leak checker: the record stays when the registry's memory goes.
+        [[maybe_unused]] static const LibraryRecord* volatile pKept = nullptr;
+        pKept = g_listLoadedModules[0];
+        if (bRelease) {
+            ReleaseModule(pInstance);
+        }
+        std::exit(pInstance ? 0 : 1);
+    };
+    EXPECT_EXIT(loadAndExit(false), testing::ExitedWithCode(0), testing::Not(testing::HasSubstr("released")));
+    EXPECT_EXIT(loadAndExit(true), testing::ExitedWithCode(0), "released");
 }
 
 TEST_F(LibraryLoader, TwoWorkersMayLoadAtTheSameTime)

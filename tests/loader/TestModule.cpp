@@ -2,6 +2,8 @@
 
 #include "ModuleExport.h"
 
+#include <cstdio>
+
 namespace
 {
 int g_nNewCalls = 0;
@@ -37,6 +39,9 @@ MODULE_EXPORT void* NewInterface()
 MODULE_EXPORT void ReleaseInterface(void* pInstance)
 {
     g_nReleaseCalls += pInstance == &g_instance ? 1 : 100;
+#ifdef KIND_LOUD
+    std::fputs("released\n", stderr);
+#endif
 }
 #endif
 }
