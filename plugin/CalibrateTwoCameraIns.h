@@ -12,6 +12,7 @@
 
 #include <opencv2/core/mat.hpp>
 
+#include <QPointer>
 #include <QString>
 
 #include <vector>
@@ -45,6 +46,8 @@ public:
     int SetCalibrationResourcePath(const char* pPath) override;
 
 private:
+    /// What the three openings have in common. Always 0.
+    int OpenWizard(QWidget* pParent, void (CalibrateTwoCameraWnd::*pModeStep)());
     void GetCanvasSize(int* pWidth, int* pHeight) const;
     bool GetCalPtsSeqFile(const QString& strLeftFile, const QString& strRightFile,
                           std::vector<CalibrationPoint>& leftPoints, std::vector<CalibrationPoint>& rightPoints) const;
@@ -61,7 +64,7 @@ private:
     /// Asks `WorldToPixel` until it answers 0, at most 20 times.
     cv::Point2d AskWorldToPixel(double dWorldX, double dWorldY);
 
-    CalibrateTwoCameraWnd* m_pWizard = nullptr;
+    QPointer<CalibrateTwoCameraWnd> m_pWizard; ///< not owned: its parent may delete it at any time
     cv::Mat m_matLeftCamera;
     cv::Mat m_matLeftDistortion;
     cv::Mat m_matRightCamera;

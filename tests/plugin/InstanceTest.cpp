@@ -65,20 +65,3 @@ TEST(InstanceTest, ReservedOperationsAnswerMinusOne)
     EXPECT_EQ(instance.ReservedOperation8(1, 2, true), -1);
     EXPECT_TRUE(Doubles::The().journal.empty());
 }
-
-TEST(InstanceTest, OpeningsSayThatThereIsNoWindow)
-{
-    Doubles::Reset();
-    CalibrateTwoCameraIns instance;
-    EXPECT_EQ(instance.SetDeviceHost(nullptr), 0);
-    EXPECT_EQ(instance.ShowCalibrationWizard(nullptr), 0);
-    EXPECT_EQ(instance.ShowCoordinateWizard(nullptr), 0);
-    EXPECT_EQ(instance.ShowFusionWizard(nullptr), 0);
-    ASSERT_EQ(Doubles::The().logLines.size(), 3U);
-    for (const auto& [nLine, pOperation] :
-         {std::pair{0U, "ShowCalibrationWizard"}, {1U, "ShowCoordinateWizard"}, {2U, "ShowFusionWizard"}}) {
-        EXPECT_EQ(Doubles::The().logLines[nLine].second,
-                  std::string("CalibrateTwoCameraIns::") + pOperation + ", There is no wizard window yet.");
-    }
-    EXPECT_TRUE(Doubles::The().journal.empty());
-}

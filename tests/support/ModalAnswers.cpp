@@ -50,8 +50,12 @@ void ModalAnswers::Answer(QMessageBox& box)
         notice.buttonNames << pButton->objectName();
     }
     m_notices.push_back(notice);
+    const QPointer<QMessageBox> pAlive(&box);
     if (m_look) {
         m_look(box);
+    }
+    if (!pAlive) {
+        return;
     }
 
     QAbstractButton* pPressed = box.defaultButton();

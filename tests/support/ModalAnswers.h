@@ -29,7 +29,7 @@ public:
 
     /// The next box that has no answer yet is dismissed by the button with this text.
     void Press(const QString& strButton) { m_queue.push_back(strButton); }
-    /// Runs while the box is shown, before its button is pressed.
+    /// Runs while the box is shown, before its button is pressed; it may delete the box.
     void OnBox(std::function<void(QMessageBox&)> look) { m_look = std::move(look); }
 
     const std::vector<Notice>& Notices() const { return m_notices; }
