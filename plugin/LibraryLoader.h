@@ -18,7 +18,8 @@ struct LibraryRecord {
     void* pInstance = nullptr;
 };
 
-extern std::vector<LibraryRecord*> g_listLoadedModules;
+/// Never destroyed: a window that goes as the process ends may still give a module back.
+extern std::vector<LibraryRecord*>& g_listLoadedModules;
 
 /// Loads the module `strName` and makes an instance of its interface. QLibrary adds the platform's prefix and suffix.
 /// @param bShowError  on failure show a message box, on the GUI thread only, and write a log line

@@ -64,7 +64,7 @@ std::vector<std::string> LinesOf(const std::string& strCommand)
 TEST_F(PluginAbi, NothingButTheTwoExportsIsInTheSymbolTable)
 {
     std::vector<std::string> names;
-    for (const std::string& strLine : LinesOf("nm -D --defined-only '" PLUGIN_FILE "'")) {
+    for (const std::string& strLine : LinesOf("nm -D --defined-only --extern-only '" PLUGIN_FILE "'")) {
         std::string strName = strLine.substr(strLine.find_last_of(' ') + 1);
         strName.erase(strName.find_last_not_of('\n') + 1);
         names.push_back(strName);
