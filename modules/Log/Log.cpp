@@ -70,6 +70,16 @@ public:
             std::fputs(strLine.c_str(), stderr);
         }
         WriteToFile(strLine);
+        if (m_pfnListener) {
+            m_pfnListener(nLevel, strLine.substr(0, strLine.size() - 1).c_str(), m_pListenerContext);
+        }
+    }
+
+    void SetListener(LogListener pfnListener, void* pContext)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_pfnListener = pfnListener;
+        m_pListenerContext = pContext;
     }
 
 private:
@@ -163,6 +173,8 @@ private:
     std::string m_strFile = DefaultFile();
     bool m_bFileRefused = false;
     std::FILE* m_pFile = nullptr;
+    LogListener m_pfnListener = nullptr;
+    void* m_pListenerContext = nullptr;
 };
 
 } // namespace
@@ -204,4 +216,9 @@ void ILog_SetStandardErrorLevel(int nLevel)
 void ILog_SetFile(const std::string& strFile)
 {
     LogSink::Instance().SetFile(strFile);
+}
+
+void ILog_SetListener(LogListener pfnListener, void* pContext)
+{
+    LogSink::Instance().SetListener(pfnListener, pContext);
 }

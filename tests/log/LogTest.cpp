@@ -178,3 +178,22 @@ TEST_F(LogTest, AFileThatCannotBeWrittenIsToldOnce)
     ASSERT_NE(nFirst, std::string::npos);
     EXPECT_EQ(strText.find("cannot be written", nFirst + 1), std::string::npos);
 }
+
+TEST_F(LogTest, AListenerGetsEveryLineUntilItIsTakenAway)
+{
+    std::vector<std::pair<int, std::string>> heard;
+    ILog_SetListener(
+        [](int nLevel, const char* pLine, void* pContext) {
+            static_cast<std::vector<std::pair<int, std::string>>*>(pContext)->emplace_back(nLevel, pLine);
+        },
+        &heard);
+    ILog_WriteLog(0, "pressed");
+    std::thread([] { ILog_WriteLogF(3, "failed %d", 7); }).join();
+    ILog_SetListener(nullptr, nullptr);
+    ILog_WriteLog(3, "nobody hears this");
+    ASSERT_EQ(heard.size(), 2u);
+    EXPECT_EQ(heard[0].first, 0);
+    EXPECT_EQ(heard[1].first, 3);
+    EXPECT_EQ(heard[1].second, LinesOf(m_file)[1]) << "as it stands in the file";
+    EXPECT_NE(heard[1].second.find("failed 7"), std::string::npos);
+}
