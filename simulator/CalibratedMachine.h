@@ -54,4 +54,8 @@ bool WriteCalibrationFiles(Machine& machine, const std::string& strRoot, const C
 bool WriteManualCalibrationFiles(Machine& machine, const std::string& strRoot, const ClickOptions& options,
                                  CalibrationReport& report);
 
+/// The lens files that come with a manual machine, whose cameras deliver rectified pictures: "cameraL_calibrateMap.xml"
+/// and "cameraR_calibrateMap.xml" in a folder that exists, local 8-bit path. False when one cannot be written.
+bool WriteLensFiles(const Machine& machine, const std::string& strFolder);
+
 } // namespace Simulator

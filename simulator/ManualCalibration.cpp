@@ -117,6 +117,20 @@ std::optional<cv::Point2d> AskOffset(const Machine& machine, const cv::Mat& left
 
 } // namespace
 
+bool WriteLensFiles(const Machine& machine, const std::string& strFolder)
+{
+    const Truth truth(machine);
+    for (const Side side : {Side::Left, Side::Right}) {
+        const std::string strFile =
+            strFolder + (side == Side::Left ? "/cameraL_calibrateMap.xml" : "/cameraR_calibrateMap.xml");
+        if (!Vision::SaveCameraParameters(strFile, cv::Mat(truth.CameraMatrix(side)), cv::Mat::zeros(1, 5, CV_64F),
+                                          0.0)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 bool WriteManualCalibrationFiles(Machine& machine, const std::string& strRoot, const ClickOptions& options,
                                  CalibrationReport& report)
 {
@@ -134,15 +148,10 @@ bool WriteManualCalibrationFiles(Machine& machine, const std::string& strRoot, c
         return fail("cannot write below " + strRoot);
     }
     const auto start = std::chrono::steady_clock::now();
-    const Truth truth(machine);
-    for (const Side side : {Side::Left, Side::Right}) {
-        const std::string strFile =
-            PathOf(folder, side == Side::Left ? "cameraL_calibrateMap.xml" : "cameraR_calibrateMap.xml");
-        if (!Vision::SaveCameraParameters(strFile, cv::Mat(truth.CameraMatrix(side)), cv::Mat::zeros(1, 5, CV_64F),
-                                          0.0)) {
-            return fail("cannot write " + strFile);
-        }
+    if (!WriteLensFiles(machine, PathOf(folder, ""))) {
+        return fail("cannot write the lens files in " + PathOf(folder, ""));
     }
+    const Truth truth(machine);
 
     Draw draw(options.nSeed, 0x61);
     const cv::Mat leftFromRight = FitPair(machine, draw);

@@ -21,6 +21,7 @@ const QHash<QString, QStringList>& KnownOptions()
         {"picture", {"--left", "--right", "--out", "--size", "--data"}},
         {"to-world", {"--data"}},
         {"to-pixel", {"--data"}},
+        {"gui", {"--data", "--seed", "--flow"}},
     };
     return options;
 }
@@ -75,6 +76,11 @@ void TakeOption(CommandLine& line, const QString& strName, const QString& strVal
         line.strRight = strValue;
     } else if (strName == "--size") {
         line.sizeMm = SizeMm(strValue);
+    } else if (strName == "--flow") {
+        line.strFlow = strValue;
+        if (strValue != "automatic" && strValue != "manual") {
+            throw Wrong(QString("The flow is automatic or manual, not '%1'.").arg(strValue));
+        }
     } else if (strName == "--seed") {
         bool bOk = false;
         line.nSeed = strValue.toULongLong(&bOk);
@@ -112,7 +118,7 @@ CommandLine ParseCommandLine(const QStringList& listWords)
         line.strCommand = "help";
         return line;
     }
-    line.strCommand = listWords.first();
+    line.strCommand = listWords.first() == "--gui" ? "gui" : listWords.first();
     if (line.strCommand == "--version") {
         line.strCommand = "version";
         return line;
@@ -163,6 +169,10 @@ Commands
       --seed N              which simulated machine (default: 1)
       --click-error PX      how far the simulated operator's clicks are off, sigma in pixels (default: 3)
       --data DIR            where the calibration goes (default: data below the --out folder)
+  --gui                     the window: live work area picture, calibration wizard, the simulated machine's panel, log
+      --flow automatic|manual   which simulated machine it is for (default: automatic)
+      --seed N              which one of them (default: 1)
+      --data DIR            see below
   picture                   make a work area picture from two camera pictures
       --left A --right B    the two pictures, as the cameras deliver them
       --out C.png           where the result goes; the suffix names the format

@@ -12,16 +12,17 @@ namespace Workbench
 {
 
 struct CommandLine {
-    QString strCommand;         ///< "demo", "picture", "to-world", "to-pixel", "help" or "version"
-    QString strDataFolder;      ///< empty for the user's configuration folder
-    QString strOut = "out";     ///< folder of the demonstration, or file of a picture
-    QString strLeft;            ///< picture file
-    QString strRight;           ///< picture file
-    double dX = 0.0;            ///< pixel or millimetre
-    double dY = 0.0;            ///< pixel or millimetre
-    QSize sizeMm;               ///< work area; not valid where the machine's own is meant
-    std::uint64_t nSeed = 1;    ///< of the simulated machine
-    double dClickErrorPx = 3.0; ///< sigma of the simulated operator's clicks
+    QString strCommand;            ///< "demo", "picture", "to-world", "to-pixel", "gui", "help" or "version"
+    QString strDataFolder;         ///< empty for the user's configuration folder
+    QString strOut = "out";        ///< folder of the demonstration, or file of a picture
+    QString strLeft;               ///< picture file
+    QString strRight;              ///< picture file
+    double dX = 0.0;               ///< pixel or millimetre
+    double dY = 0.0;               ///< pixel or millimetre
+    QSize sizeMm;                  ///< work area; not valid where the machine's own is meant
+    QString strFlow = "automatic"; ///< or "manual": which machine
+    std::uint64_t nSeed = 1;       ///< of the simulated machine
+    double dClickErrorPx = 3.0;    ///< sigma of the simulated operator's clicks
 };
 
 /// Throws `Failure` with the code `WrongUse` for words that mean nothing.

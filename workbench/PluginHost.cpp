@@ -7,7 +7,17 @@
 namespace Workbench
 {
 
-PluginHost::PluginHost() : m_library(QCoreApplication::applicationDirPath() + "/../lib/libCalibrateTwoCamera.so")
+namespace
+{
+
+QString BesideTheApplication()
+{
+    return QCoreApplication::applicationDirPath() + "/../lib/libCalibrateTwoCamera.so";
+}
+
+} // namespace
+
+PluginHost::PluginHost(const QString& strFile) : m_library(strFile.isEmpty() ? BesideTheApplication() : strFile)
 {
     using NewFunction = Vision::ICalibrate* (*)();
     if (!m_library.load()) {
@@ -22,6 +32,15 @@ PluginHost::PluginHost() : m_library(QCoreApplication::applicationDirPath() + "/
     if (!m_pCalibrate) {
         throw Failure("The plug-in gave no object.");
     }
+}
+
+PluginHost::PluginHost(const InstanceSetup& setup, const QString& strFile) : PluginHost(strFile)
+{
+    m_pCalibrate->SetWorkAreaSize(setup.areaMm.width(), setup.areaMm.height());
+    m_pCalibrate->SetCameraNames(setup.cameras.strLeft.toUtf8().constData(),
+                                 setup.cameras.strRight.toUtf8().constData());
+    m_pCalibrate->SetDeviceHost(setup.pDevice);
+    m_pCalibrate->SetCalibrationResourcePath(setup.strResources.toUtf8().constData());
 }
 
 // The library stays loaded: what it has made lives to the end of the process.

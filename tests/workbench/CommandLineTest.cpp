@@ -63,6 +63,19 @@ TEST(CommandLine, ADemonstrationTakesAllItsOptions)
     EXPECT_EQ(line.strDataFolder, "folder");
 }
 
+TEST(CommandLine, TheWindowIsAskedForByAnOption)
+{
+    EXPECT_EQ(Parse("--gui").strCommand, "gui");
+    EXPECT_EQ(Parse("--gui").strFlow, "automatic");
+    const CommandLine line = Parse("--gui --flow manual --seed 7 --data folder");
+    EXPECT_EQ(line.strFlow, "manual");
+    EXPECT_EQ(line.nSeed, 7u);
+    EXPECT_EQ(line.strDataFolder, "folder");
+    EXPECT_FALSE(Refusal("--gui --flow sideways").isEmpty());
+    EXPECT_FALSE(Refusal("--gui --left a.png").isEmpty());
+    EXPECT_FALSE(Refusal("--gui now").isEmpty());
+}
+
 TEST(CommandLine, APictureTakesAllItsOptions)
 {
     const CommandLine line = Parse("picture --left a.png --right b.png --out c.png --size 900x600 --data d");

@@ -106,6 +106,13 @@ TEST_F(Commands, HelpAndVersionSucceed)
     EXPECT_TRUE(version.strOutput.startsWith("workbench "));
 }
 
+TEST_F(Commands, AWindowWithoutAScreenIsAFailure)
+{
+    const WorkbenchRun run =
+        RunWorkbench({"--gui"}, m_own.path(), {{"QT_QPA_PLATFORM", ""}, {"DISPLAY", ""}, {"WAYLAND_DISPLAY", ""}});
+    ExpectFailure(run, g_nFailed, "DISPLAY");
+}
+
 TEST_F(Commands, WrongWordsAreWrongUse)
 {
     ExpectFailure(Run({"bogus"}), g_nWrongUse, "bogus");

@@ -1,0 +1,40 @@
+#include "HostSession.h"
+
+#include "CalibratedMachine.h"
+#include "DataFolder.h"
+#include "InstallResources.h"
+
+namespace Workbench
+{
+
+HostSession::HostSession(Simulator::Machine::Kind flow, std::uint64_t nSeed, const QString& strModules)
+    : m_device(flow, nSeed), m_modules(strModules), m_lent(m_modules, m_device),
+      m_owner(PrepareCameraSetup(m_device.WorkAreaMm())), m_files(flow)
+{
+    m_files.Recover();
+}
+
+InstanceSetup HostSession::Setup()
+{
+    InstanceSetup setup;
+    setup.areaMm = StoredWorkAreaMm();
+    if (const RuntimeModules::CameraPointer pCamera = m_modules.NewCamera()) {
+        setup.cameras = FindCameras(*pCamera);
+    }
+    setup.pDevice = &m_device;
+    setup.strResources = CalibrationResourceFolder(m_device.Kind() == Simulator::Machine::Kind::Manual);
+    return setup;
+}
+
+void HostSession::PrepareRun(Opening opening)
+{
+    m_files.Prepare(opening, [this](const QString& strFolder) {
+        bool bWritten = false;
+        m_device.WithMachine([&](Simulator::Machine& machine) {
+            bWritten = Simulator::WriteLensFiles(machine, strFolder.toLocal8Bit().toStdString());
+        });
+        return bWritten;
+    });
+}
+
+} // namespace Workbench

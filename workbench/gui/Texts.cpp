@@ -1,0 +1,49 @@
+#include "Texts.h"
+
+#include "Translator.h"
+
+#include <QLocale>
+
+// Weak: another translator need not offer them.
+__attribute__((weak)) QStringList Translator_AvailableLanguages();
+__attribute__((weak)) QString Translator_CurrentLanguage();
+__attribute__((weak)) bool Translator_SetLanguage(const QString& strLanguage);
+
+namespace Workbench
+{
+
+QString Wording(const char* pKey)
+{
+    return CTranslator::GetInstance()->GetWording(QString::fromUtf8(pKey));
+}
+
+QStringList Languages()
+{
+    return Translator_AvailableLanguages ? Translator_AvailableLanguages() : QStringList{"en"};
+}
+
+QString CurrentLanguage()
+{
+    return Translator_CurrentLanguage ? Translator_CurrentLanguage() : QString("en");
+}
+
+QString LanguageName(const QString& strLanguage)
+{
+    // The locale's own name of English is that of a country.
+    if (strLanguage == "en") {
+        return "English";
+    }
+    QString strName = QLocale(strLanguage).nativeLanguageName();
+    if (strName.isEmpty()) {
+        return strLanguage;
+    }
+    strName[0] = strName[0].toUpper();
+    return strName;
+}
+
+bool SwitchLanguage(const QString& strLanguage)
+{
+    return Translator_SetLanguage && Translator_SetLanguage(strLanguage);
+}
+
+} // namespace Workbench
