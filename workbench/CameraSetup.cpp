@@ -29,12 +29,12 @@ CameraOwner PrepareCameraSetup(const cv::Size2d& simulatedAreaMm)
 {
     const QString strFile = DataRoot() + "/Data/CameraSetting.ini";
     if (QFileInfo::exists(strFile) && !QFileInfo(strFile).isFile()) {
-        throw Failure(QString("%1 is no file.").arg(strFile));
+        throw Failure("%1 is no file.", {strFile});
     }
     QDir().mkpath(QFileInfo(strFile).path());
     QSettings settings(strFile, QSettings::IniFormat);
     if (settings.status() != QSettings::NoError) {
-        throw Failure(QString("%1 cannot be read.").arg(strFile));
+        throw Failure("%1 cannot be read.", {strFile});
     }
     if (IsPersons(settings.value(g_pLeftKey)) || IsPersons(settings.value(g_pRightKey))) {
         return CameraOwner::Person;
@@ -45,7 +45,7 @@ CameraOwner PrepareCameraSetup(const cv::Size2d& simulatedAreaMm)
     settings.setValue("CANVAS_SIZE/HEIGHT", simulatedAreaMm.height);
     settings.sync();
     if (settings.status() != QSettings::NoError) {
-        throw Failure(QString("%1 cannot be written.").arg(strFile));
+        throw Failure("%1 cannot be written.", {strFile});
     }
     return CameraOwner::SimulatedMachine;
 }

@@ -52,8 +52,8 @@ void RequireReadable(const QString& strResult, const QString& strName)
 {
     const QFileInfo file(strResult + strName);
     if (!file.isFile() || !file.isReadable()) {
-        throw Failure(QString("The calibration in %1 cannot be read: %2 is no file or may not be read by this user.")
-                          .arg(strResult, strName));
+        throw Failure("The calibration in %1 cannot be read: %2 is no file or may not be read by this user.",
+                      {strResult, strName});
     }
 }
 
@@ -61,13 +61,13 @@ void RequireReadable(const QString& strResult, const QString& strName)
 void RequireScratchFiles(const QString& strFolder)
 {
     if (!QFileInfo(strFolder).isWritable()) {
-        throw Failure(QString("Pictures pass through the folder %1, which cannot be written.").arg(strFolder));
+        throw Failure("Pictures pass through the folder %1, which cannot be written.", {strFolder});
     }
     for (const char* pName :
          {"DualCamBeforeCalibrate_LeftTemp.bmp", "DualCamBeforeCalibrate_RightTemp.bmp", "DstImage.bmp"}) {
         const QFileInfo file(strFolder + "/" + pName);
         if (file.exists() && !(file.isFile() && file.isWritable())) {
-            throw Failure(QString("Pictures pass through %1, which cannot be written.").arg(file.filePath()));
+            throw Failure("Pictures pass through %1, which cannot be written.", {file.filePath()});
         }
     }
 }
@@ -76,15 +76,14 @@ void RequireScratchFiles(const QString& strFolder)
 void RequireAutomaticFlags(const QString& strResult)
 {
     if (!IsAutomatic(strResult + "LeftCameraParam.ini")) {
-        throw Failure(QString("The calibration in %1 is damaged: LeftCameraParam.ini does not name the automatic flow.")
-                          .arg(strResult));
+        throw Failure("The calibration in %1 is damaged: LeftCameraParam.ini does not name the automatic flow.",
+                      {strResult});
     }
     const QSettings stitched(strResult + "AutoDualCalibrate_stitch.xml", QSettings::IniFormat);
     for (const char* pKey : {"WIDTH", "HEIGHT"}) {
         if (stitched.value(QString("CAMERA_PARAM/AUTO_CALIBRATION_OUTPUT_%1").arg(pKey)).toInt() < 1) {
-            throw Failure(
-                QString("The calibration in %1 is damaged: AutoDualCalibrate_stitch.xml names no picture size.")
-                    .arg(strResult));
+            throw Failure("The calibration in %1 is damaged: AutoDualCalibrate_stitch.xml names no picture size.",
+                          {strResult});
         }
     }
 }
@@ -113,11 +112,11 @@ void RequireCalibration(CalibrationUse use)
     const QString strFirst = bAutomatic ? strPair : "DualCamera_pix2mm.xml";
     if (!QFile::exists(strResult + strFirst)) {
         if (QFile::exists(strResult + strPair)) {
-            throw Failure(QString("The calibration in %1 is damaged: AutoDualCalibrate_stitch.xml does not name the "
-                                  "automatic flow that the other files are of.")
-                              .arg(strResult));
+            throw Failure("The calibration in %1 is damaged: AutoDualCalibrate_stitch.xml does not name the "
+                          "automatic flow that the other files are of.",
+                          {strResult});
         }
-        throw Failure(QString("There is no calibration in %1.").arg(strResult));
+        throw Failure("There is no calibration in %1.", {strResult});
     }
     QStringList listRest;
     if (use == CalibrationUse::Pictures) {
@@ -127,7 +126,7 @@ void RequireCalibration(CalibrationUse use)
     }
     for (const QString& strName : listRest) {
         if (!QFile::exists(strResult + strName)) {
-            throw Failure(QString("The calibration in %1 is not complete: %2 is missing.").arg(strResult, strName));
+            throw Failure("The calibration in %1 is not complete: %2 is missing.", {strResult, strName});
         }
     }
     // The manual flow's points follow from the picture's scale alone.
@@ -138,7 +137,7 @@ void RequireCalibration(CalibrationUse use)
         RequireReadable(strResult, strName);
         const bool bText = strName.endsWith("CalPts.txt") || strName == "LeftCameraParam.ini";
         if (!bText && !IsRecord(strResult + strName)) {
-            throw Failure(QString("The calibration in %1 is damaged: %2 is no record.").arg(strResult, strName));
+            throw Failure("The calibration in %1 is damaged: %2 is no record.", {strResult, strName});
         }
     }
     if (bAutomatic && use == CalibrationUse::Pictures) {
@@ -151,17 +150,15 @@ QSize StoredWorkAreaMm()
 {
     const QString strFile = DataRoot() + "/Data/CameraSetting.ini";
     if (QFileInfo::exists(strFile) && !QFileInfo(strFile).isFile()) {
-        throw Failure(QString("%1 is no file.").arg(strFile));
+        throw Failure("%1 is no file.", {strFile});
     }
     const QSettings settings(strFile, QSettings::IniFormat);
     const double dWidth = settings.value("CANVAS_SIZE/WIDTH", 1300.0).toDouble();
     const double dHeight = settings.value("CANVAS_SIZE/HEIGHT", 900.0).toDouble();
     // Asked so that a value that is no number fails too.
     if (!(dWidth >= 1.0 && dHeight >= 1.0 && dWidth <= 5000.0 && dHeight <= 5000.0)) {
-        throw Failure(QString("%1 names a work area of %2 x %3 mm, which no machine has.")
-                          .arg(settings.fileName())
-                          .arg(dWidth)
-                          .arg(dHeight));
+        throw Failure("%1 names a work area of %2 x %3 mm, which no machine has.",
+                      {settings.fileName(), QString::number(dWidth), QString::number(dHeight)});
     }
     return {static_cast<int>(dWidth), static_cast<int>(dHeight)};
 }

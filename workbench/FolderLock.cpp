@@ -21,7 +21,7 @@ FolderLock::FolderLock(const QString& strFolder, std::chrono::milliseconds most)
     while (m_nFolder >= 0 && ::flock(m_nFolder, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
         if (std::chrono::steady_clock::now() >= end) {
             ::close(m_nFolder);
-            throw Failure(QString("Another run of the workbench is still busy in %1.").arg(strFolder));
+            throw Failure("Another run of the workbench is still busy in %1.", {strFolder});
         }
         if (!bTold) {
             std::fprintf(stderr, "Waiting for another run of the workbench in %s\n", qPrintable(strFolder));

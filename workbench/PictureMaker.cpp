@@ -20,7 +20,7 @@ PictureMaker::PictureMaker(RuntimeModules& modules, const InstanceSetup& setup, 
 {
 }
 
-cv::Mat PictureMaker::Snap(ICameraDevice* pCamera, const QString& strName, const char* pSide)
+cv::Mat PictureMaker::Snap(ICameraDevice* pCamera, const QString& strName, const char* pNoPicture)
 {
     const QByteArray name = strName.toUtf8();
     cv::Mat picture;
@@ -30,7 +30,7 @@ cv::Mat PictureMaker::Snap(ICameraDevice* pCamera, const QString& strName, const
             pCamera->OpenCamera(name.constData()) == 0 && pCamera->ApplyCameraParameters(name.constData(), g_nSettleMs);
     }
     if (!bOpen || pCamera->SnapPicture(picture, name.constData()) != 0 || picture.empty()) {
-        throw Failure(QString("The %1 camera gives no picture.").arg(pSide));
+        throw Failure(pNoPicture);
     }
     return picture;
 }
@@ -40,8 +40,8 @@ cv::Mat PictureMaker::Make(const StageTeller& tell)
     // First, so that a machine that is not calibrated says so at once.
     RequireCalibration(CalibrationUse::Pictures);
     tell("Taking pictures");
-    const cv::Mat left = Snap(m_pLeft.get(), m_setup.cameras.strLeft, "left");
-    const cv::Mat right = Snap(m_pRight.get(), m_setup.cameras.strRight, "right");
+    const cv::Mat left = Snap(m_pLeft.get(), m_setup.cameras.strLeft, "The left camera gives no picture.");
+    const cv::Mat right = Snap(m_pRight.get(), m_setup.cameras.strRight, "The right camera gives no picture.");
     // Its scratch pictures are those of every other run in this folder.
     const FolderLock lock(DataRoot());
     tell("Stitching the pictures");

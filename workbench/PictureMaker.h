@@ -28,7 +28,7 @@ public:
     cv::Mat Make(const StageTeller& tell);
 
 private:
-    static cv::Mat Snap(ICameraDevice* pCamera, const QString& strName, const char* pSide);
+    static cv::Mat Snap(ICameraDevice* pCamera, const QString& strName, const char* pNoPicture);
 
     InstanceSetup m_setup;
     PluginHost m_host;

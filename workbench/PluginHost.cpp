@@ -21,12 +21,12 @@ PluginHost::PluginHost(const QString& strFile) : m_library(strFile.isEmpty() ? B
 {
     using NewFunction = Vision::ICalibrate* (*)();
     if (!m_library.load()) {
-        throw Failure(QString("The plug-in cannot be loaded: %1").arg(m_library.errorString()));
+        throw Failure("The plug-in cannot be loaded: %1", {m_library.errorString()});
     }
     const auto pfnNew = reinterpret_cast<NewFunction>(m_library.resolve("NewInterface"));
     m_pfnRelease = reinterpret_cast<ReleaseFunction>(m_library.resolve("ReleaseInterface"));
     if (!pfnNew || !m_pfnRelease) {
-        throw Failure(QString("%1 is no plug-in of this kind: an export is missing.").arg(m_library.fileName()));
+        throw Failure("%1 is no plug-in of this kind: an export is missing.", {m_library.fileName()});
     }
     m_pCalibrate = pfnNew();
     if (!m_pCalibrate) {

@@ -34,8 +34,7 @@ void CopyFolderWhole(const QString& strFrom, const QString& strTo)
     }
     if (!bOk || !QDir().rename(strPart, strTo)) {
         QDir(strPart).removeRecursively();
-        throw Failure(
-            QString("The calibration in %1 cannot be copied to %2, so the wizard is not opened.").arg(strFrom, strTo));
+        throw Failure("The calibration in %1 cannot be copied to %2, so the wizard is not opened.", {strFrom, strTo});
     }
 }
 
@@ -60,7 +59,7 @@ void MoveAside(const QString& strFrom, const QString& strTo)
         QFile::remove(strTo);
     }
     if (!QDir().rename(strFrom, strTo)) {
-        throw Failure(QString("%1 is left of another run and cannot be put aside to %2.").arg(strFrom, strTo));
+        throw Failure("%1 is left of another run and cannot be put aside to %2.", {strFrom, strTo});
     }
     ILog_WriteLogF(1, "Put aside what was left of another run: %s", qPrintable(strTo));
 }
@@ -99,7 +98,7 @@ QString RunFiles::ReasonAgainst(Opening opening) const
 void RunFiles::Prepare(Opening opening, const std::function<bool(const QString&)>& writeLensFiles)
 {
     if (!QDir().mkpath(m_strFolder)) {
-        throw Failure(QString("The folder %1 cannot be made.").arg(m_strFolder));
+        throw Failure("The folder %1 cannot be made.", {m_strFolder});
     }
     Recover();
     BackUp();
@@ -129,7 +128,7 @@ void RunFiles::BackUp()
         CopyFolderWhole(m_strResult, m_strBackup);
     } else if (!QDir().mkpath(m_strBackup)) {
         // An empty backup says that there was no calibration.
-        throw Failure(QString("The folder %1 cannot be made.").arg(m_strBackup));
+        throw Failure("The folder %1 cannot be made.", {m_strBackup});
     }
 }
 
@@ -141,7 +140,7 @@ void RunFiles::PutOtherFlowAside()
     const bool bManualProgress =
         QFile::exists(strProgress) && QSettings(strProgress, QSettings::IniFormat).value(g_pCameraType, 1).toInt() == 0;
     if (!QDir().mkpath(strAside)) {
-        throw Failure(QString("The folder %1 cannot be made.").arg(strAside));
+        throw Failure("The folder %1 cannot be made.", {strAside});
     }
     if (QFile::exists(strProgress) && bManualProgress != m_bManual) {
         MoveAside(strProgress, strAside + "/Progress.ini");
@@ -167,15 +166,15 @@ void RunFiles::PrepareManual(Opening opening, const std::function<bool(const QSt
     progress.sync();
     const QString strOutput = m_strFolder + "/Output";
     if (progress.status() != QSettings::NoError || !QDir().mkpath(strOutput)) {
-        throw Failure(QString("The folder %1 cannot be written.").arg(m_strFolder));
+        throw Failure("The folder %1 cannot be written.", {m_strFolder});
     }
     if (writeLensFiles && !HasAll(strOutput, {"cameraL_calibrateMap.xml", "cameraR_calibrateMap.xml"}) &&
         !writeLensFiles(strOutput)) {
-        throw Failure(QString("The machine's lens files cannot be written to %1.").arg(strOutput));
+        throw Failure("The machine's lens files cannot be written to %1.", {strOutput});
     }
     if (opening == Opening::Coordinate && !HasAll(strOutput, {"mapImgR2L.xml"}) &&
         !QFile::copy(m_strResult + "/mapImgR2L.xml", strOutput + "/mapImgR2L.xml")) {
-        throw Failure(QString("The homography of the pair cannot be copied to %1.").arg(strOutput));
+        throw Failure("The homography of the pair cannot be copied to %1.", {strOutput});
     }
 }
 

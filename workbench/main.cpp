@@ -34,6 +34,7 @@ int Run(int argc, char** argv)
     if (line.strCommand == "gui") {
         Workbench::RequireScreen();
         Workbench::RunFromWritableInstall(argv);
+        Workbench::RunFromWritableInstall(argv);
         pApplication = std::make_unique<QApplication>(argc, argv);
         return Workbench::RunGui(line);
     }

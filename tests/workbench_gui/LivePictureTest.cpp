@@ -1,6 +1,7 @@
 #include "LivePicture.h"
 
 #include "Failure.h"
+#include "Texts.h"
 
 #include <gmock/gmock.h>
 
@@ -112,8 +113,23 @@ TEST_F(Live, AFailureIsToldAndTheNextPictureIsTried)
     m_live.Start(Maker());
     ASSERT_TRUE(failed.wait(g_nPatienceMs));
     EXPECT_EQ(failed[0][0].toString(), "The left camera gives no picture.");
+    EXPECT_EQ(failed[0][1].toString(), "The left camera gives no picture.");
     m_bFails = false;
     EXPECT_TRUE(made.wait(g_nPatienceMs));
+}
+
+TEST_F(Live, TheOperatorReadsAFailureInHisLanguageAndTheLogInEnglish)
+{
+    ASSERT_TRUE(SwitchLanguage("de"));
+    m_bFails = true;
+    QSignalSpy failed(&m_live, &LivePicture::FailedSignal);
+    m_live.Start(Maker());
+    m_live.RequestSlot();
+    const bool bFailed = failed.wait(g_nPatienceMs);
+    EXPECT_TRUE(SwitchLanguage("en"));
+    ASSERT_TRUE(bFailed);
+    EXPECT_EQ(failed[0][0].toString(), "The left camera gives no picture.");
+    EXPECT_EQ(failed[0][1].toString(), "Die linke Kamera liefert kein Bild.");
 }
 
 TEST_F(Live, StoppingWaitsForThePictureUnderWayAndForTheMakersEnd)

@@ -24,7 +24,7 @@ int RunGui(const CommandLine& line)
 {
     UseDataFolder(line.strDataFolder);
     if (!QDir().mkpath(DataRoot())) {
-        throw Failure(QString("The folder %1 cannot be made.").arg(DataRoot()));
+        throw Failure("The folder %1 cannot be made.", {DataRoot()});
     }
     const auto flow = line.strFlow == "manual" ? Simulator::Machine::Kind::Manual : Simulator::Machine::Kind::Automatic;
     ApplyTheme(*qApp);

@@ -1,6 +1,9 @@
 #include "LivePicture.h"
 
 #include "Failure.h"
+#include "Texts.h"
+
+#include "Failure.h"
 
 #include <QElapsedTimer>
 
@@ -62,8 +65,12 @@ void LivePicture::Begin()
             const cv::Mat picture = maker(tell);
             tell("Showing the picture");
             made.pPicture = std::make_shared<const AreaPicture>(picture);
+        } catch (const Failure& failure) {
+            made.strFailure = QString::fromUtf8(failure.what());
+            made.strWordedFailure = Wording(failure);
         } catch (const std::exception& exception) {
             made.strFailure = QString::fromUtf8(exception.what());
+            made.strWordedFailure = made.strFailure;
         }
         // Gone before the end is told: who waits for it wants the cameras.
         maker = nullptr;
@@ -86,7 +93,7 @@ void LivePicture::Finish(const Made& made)
     if (made.pPicture) {
         emit PictureSignal(made.pPicture, made.dSeconds);
     } else {
-        emit FailedSignal(made.strFailure);
+        emit FailedSignal(made.strFailure, made.strWordedFailure);
     }
     if (m_bAgain) {
         RequestSlot();

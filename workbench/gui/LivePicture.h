@@ -42,13 +42,15 @@ public slots:
 signals:
     void StageSignal(QString strStage); ///< a wording key; empty when it is done
     void PictureSignal(AreaPicturePointer pPicture, double dSeconds);
-    void FailedSignal(QString strSentence);
+    /// The same sentence twice: for the log, and for the operator in his language.
+    void FailedSignal(QString strSentence, QString strWorded);
     void StoppedSignal();
 
 private:
     struct Made {
         AreaPicturePointer pPicture;
         QString strFailure;
+        QString strWordedFailure;
         double dSeconds = 0.0;
     };
     void Begin();

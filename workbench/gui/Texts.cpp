@@ -1,5 +1,6 @@
 #include "Texts.h"
 
+#include "Failure.h"
 #include "Translator.h"
 
 #include <QLocale>
@@ -15,6 +16,11 @@ namespace Workbench
 QString Wording(const char* pKey)
 {
     return CTranslator::GetInstance()->GetWording(QString::fromUtf8(pKey));
+}
+
+QString Wording(const Failure& failure)
+{
+    return WithArguments(CTranslator::GetInstance()->GetWording(failure.Key()), failure.Arguments());
 }
 
 QStringList Languages()

@@ -8,7 +8,11 @@
 namespace Workbench
 {
 
+class Failure;
+
 QString Wording(const char* pKey);
+/// What a failure says. May be called from any thread.
+QString Wording(const Failure& failure);
 
 /// What the translator may lack where it is another library than ours: then there is English only.
 QStringList Languages();

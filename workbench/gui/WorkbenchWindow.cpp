@@ -169,9 +169,9 @@ void WorkbenchWindow::Connect()
             Notice({}, false);
         }
     });
-    connect(m_pPicture, &LivePicture::FailedSignal, this, [this](const QString& strSentence) {
+    connect(m_pPicture, &LivePicture::FailedSignal, this, [this](const QString& strSentence, const QString& strWorded) {
         ILog_WriteLogF(2, "No work area picture: %s", qPrintable(strSentence));
-        Notice(Wording(qPrintable(strSentence)), true);
+        Notice(strWorded, true);
     });
     connect(m_pPicture, &LivePicture::StoppedSignal, this, &WorkbenchWindow::BeginRun);
     connect(m_pMachine, &MachinePanel::BedChangedSignal, this, [this] {
@@ -248,7 +248,7 @@ void WorkbenchWindow::BeginRun()
             throw Failure("The plug-in has opened no wizard window.");
         }
     } catch (const Failure& failure) {
-        GiveUpRun(QString::fromUtf8(failure.what()));
+        GiveUpRun(failure);
         return;
     }
     m_bOpening = false;
@@ -275,19 +275,19 @@ void WorkbenchWindow::ShowBeside()
     m_pMachineDock->raise();
 }
 
-void WorkbenchWindow::GiveUpRun(const QString& strSentence)
+void WorkbenchWindow::GiveUpRun(const Failure& failure)
 {
     if (m_pRun) {
         m_pRun->deleteLater();
         m_pRun.clear();
     }
     m_bOpening = false;
-    ILog_WriteLogF(2, "The wizard was not opened: %s", qPrintable(strSentence));
+    ILog_WriteLogF(2, "The wizard was not opened: %s", failure.what());
     m_session.Files().Conclude(false);
     ShowOpenings();
     ShowBusy();
     StartPicture();
-    Notice(Wording(qPrintable(strSentence)), true);
+    Notice(Wording(failure), true);
 }
 
 void WorkbenchWindow::ConcludeRun(bool bFinished)

@@ -25,6 +25,7 @@ namespace Workbench
 {
 
 class AreaView;
+class Failure;
 class LivePicture;
 class LogPane;
 class MachinePanel;
@@ -74,7 +75,7 @@ private:
     void BeginRun();
     void ShowBeside();
     void ConcludeRun(bool bFinished);
-    void GiveUpRun(const QString& strSentence);
+    void GiveUpRun(const Failure& failure);
 
     HostSession& m_session;
     const QString m_strPlugin;
