@@ -175,12 +175,14 @@ void Machine::PlaceMaterial()
     }
 }
 
-void Machine::EngraveLines(const std::vector<EngravedLine>& lines)
+std::size_t Machine::EngraveLines(const std::vector<EngravedLine>& lines)
 {
+    std::size_t nEngraved = 0;
     for (const EngravedLine& line : lines) {
-        m_pImpl->engraving.Add(line);
+        nEngraved += m_pImpl->engraving.Add(line) ? 1U : 0U;
     }
     m_pImpl->MarkStale();
+    return nEngraved;
 }
 
 void Machine::EngraveDots(const std::vector<EngravedDot>& dots)
@@ -213,10 +215,7 @@ MicroLineReading Machine::EngraveMicroLine(const MicroLineDocument& document)
 {
     std::vector<EngravedLine> lines;
     MicroLineReading reading = ReadMicroLine(document, lines);
-    for (const EngravedLine& line : lines) {
-        reading.nEngraved += m_pImpl->engraving.Add(line) ? 1u : 0u;
-    }
-    m_pImpl->MarkStale();
+    reading.nEngraved = EngraveLines(lines);
     return reading;
 }
 

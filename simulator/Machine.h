@@ -77,7 +77,8 @@ public:
 
     /// Fresh material: every engraving is gone.
     void PlaceMaterial();
-    void EngraveLines(const std::vector<EngravedLine>& lines);
+    /// @return how many of them touch the bed
+    std::size_t EngraveLines(const std::vector<EngravedLine>& lines);
     void EngraveDots(const std::vector<EngravedDot>& dots);
     /// The calibration crosses with the arrow heads at the first and last one.
     void EngraveCrossGrid();

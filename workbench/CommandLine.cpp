@@ -84,6 +84,7 @@ void TakeOption(CommandLine& line, const QString& strName, const QString& strVal
     } else if (strName == "--seed") {
         bool bOk = false;
         line.nSeed = strValue.toULongLong(&bOk);
+        line.bSeedGiven = true;
         if (!bOk) {
             throw Wrong(QString("The seed must be a whole number, not '%1'.").arg(strValue));
         }
@@ -171,7 +172,7 @@ Commands
       --data DIR            where the calibration goes (default: data below the --out folder)
   --gui                     the window: live work area picture, calibration wizard, the simulated machine's panel, log
       --flow automatic|manual   which simulated machine it is for (default: automatic)
-      --seed N              which one of them (default: 1)
+      --seed N              which one of them (default: the one of the last time, or 1)
       --data DIR            see below
   picture                   make a work area picture from two camera pictures
       --left A --right B    the two pictures, as the cameras deliver them

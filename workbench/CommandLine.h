@@ -22,6 +22,7 @@ struct CommandLine {
     QSize sizeMm;                  ///< work area; not valid where the machine's own is meant
     QString strFlow = "automatic"; ///< or "manual": which machine
     std::uint64_t nSeed = 1;       ///< of the simulated machine
+    bool bSeedGiven = false;       ///< else any machine that was left is meant, where one was
     double dClickErrorPx = 3.0;    ///< sigma of the simulated operator's clicks
 };
 

@@ -7,10 +7,11 @@
 namespace Workbench
 {
 
-HostSession::HostSession(Simulator::Machine::Kind flow, std::uint64_t nSeed, const QString& strModules)
-    : m_device(flow, nSeed), m_modules(strModules), m_lent(m_modules, m_device),
+HostSession::HostSession(Simulator::Machine::Kind flow, std::optional<std::uint64_t> seed, const QString& strModules)
+    : m_device(flow, seed.value_or(1)), m_modules(strModules), m_lent(m_modules, m_device),
       m_owner(PrepareCameraSetup(m_device.WorkAreaMm())), m_files(flow)
 {
+    m_device.KeepIn(DataRoot() + "/Data/SimulatedMachine.json", !seed.has_value());
     m_files.Recover();
 }
 

@@ -16,10 +16,12 @@ namespace Workbench
 class HostSession
 {
 public:
-    /// Writes CameraSetting.ini where it names no cameras. The data folder is the one of `UseDataFolder`.
+    /// Writes CameraSetting.ini where it names no cameras, and keeps the simulated machine in
+    /// Data/SimulatedMachine.json. The data folder is the one of `UseDataFolder`.
+    /// @param seed  of the machine; without one it is the machine that was kept, or that of seed 1
     /// @param strModules  folder of our own modules; empty for the one beside the application
     /// Throws `Failure`.
-    HostSession(Simulator::Machine::Kind flow, std::uint64_t nSeed, const QString& strModules = {});
+    HostSession(Simulator::Machine::Kind flow, std::optional<std::uint64_t> seed, const QString& strModules = {});
 
     SimulatedDevice& Device() { return m_device; }
     RuntimeModules& Modules() { return m_modules; }

@@ -24,7 +24,8 @@ SimulatedDevice::SimulatedDevice(Simulator::Machine::Kind kind, std::uint64_t nS
     : m_kind(kind), m_pMachine(std::make_unique<Simulator::Machine>(kind, nSeed))
 {
     m_areaMm = m_pMachine->WorkAreaMm();
-    m_state.nSeed = nSeed;
+    m_state.nSeed = m_bed.nSeed = nSeed;
+    m_bed.kind = kind;
 }
 
 SimulatedDevice::~SimulatedDevice() = default;
@@ -44,39 +45,98 @@ template <typename Change> void SimulatedDevice::ChangeState(Change change)
     emit StateChangedSignal();
 }
 
+void SimulatedDevice::Keep()
+{
+    const std::lock_guard fileLock(m_fileMutex);
+    BedRecord bed;
+    {
+        const std::lock_guard lock(m_stateMutex);
+        bed = m_bed;
+    }
+    if (!m_strFile.isEmpty()) {
+        WriteBedFile(bed, m_strFile);
+    }
+}
+
+void SimulatedDevice::KeepIn(const QString& strFile, bool bOfAnySeed)
+{
+    const std::optional<BedRecord> kept = ReadBedFile(strFile);
+    if (kept && kept->kind == m_kind && (bOfAnySeed || kept->nSeed == GetState().nSeed)) {
+        auto pMachine = std::make_unique<Simulator::Machine>(m_kind, kept->nSeed);
+        for (int i = 0; i < kept->nSheets; ++i) {
+            pMachine->PlaceMaterial();
+        }
+        pMachine->EngraveLines(kept->engraved);
+        const std::lock_guard lock(m_machineMutex);
+        m_pMachine = std::move(pMachine);
+        ChangeState([&] {
+            m_bed = *kept;
+            m_state.nSeed = kept->nSeed;
+            m_state.strPattern = kept->strPattern;
+            m_state.nLines = kept->pattern.size();
+            m_state.bEngraved = kept->nEngravedOfPattern.has_value();
+            m_state.nEngraved = kept->nEngravedOfPattern.value_or(0);
+        });
+        ILog_WriteLogF(1, "Simulated machine: goes on as it was left, seed %llu, %zu lines on the bed",
+                       static_cast<unsigned long long>(kept->nSeed), kept->engraved.size());
+    }
+    m_strFile = strFile;
+    Keep();
+}
+
 void SimulatedDevice::PlaceMaterial()
 {
     {
         const std::lock_guard lock(m_machineMutex);
         m_pMachine->PlaceMaterial();
+        ChangeState([this] {
+            ++m_bed.nSheets;
+            m_bed.engraved.clear();
+            m_bed.nEngravedOfPattern.reset();
+            m_state.bEngraved = false;
+        });
     }
     ILog_WriteLog(1, "Simulated machine: fresh material");
-    ChangeState([this] { m_state.bEngraved = false; });
+    Keep();
+}
+
+void SimulatedDevice::EngraveLines(const std::vector<Simulator::EngravedLine>& lines)
+{
+    {
+        const std::lock_guard lock(m_machineMutex);
+        m_pMachine->EngraveLines(lines);
+        ChangeState([&] { m_bed.engraved.insert(m_bed.engraved.end(), lines.begin(), lines.end()); });
+    }
+    Keep();
 }
 
 bool SimulatedDevice::StartEngraving()
 {
-    std::shared_ptr<const Simulator::MicroLineCopy> pPattern;
+    std::vector<Simulator::EngravedLine> lines;
     ChangeState([&] {
-        pPattern = m_pSent;
-        m_state.bBusy = pPattern != nullptr;
+        lines = m_bed.pattern;
+        m_state.bBusy = !lines.empty();
     });
-    if (!pPattern) {
+    if (lines.empty()) {
         LogRefusal("nothing is engraved", "no pattern was sent");
         return false;
     }
-    Simulator::MicroLineReading reading;
     {
         const std::lock_guard lock(m_machineMutex);
-        reading = m_pMachine->EngraveMicroLine(pPattern->Document());
+        const std::size_t nEngraved = m_pMachine->EngraveLines(lines);
+        ChangeState([&] {
+            m_state.bBusy = false;
+            m_bed.engraved.insert(m_bed.engraved.end(), lines.begin(), lines.end());
+            // The machine may have been swapped meanwhile.
+            if (!m_bed.pattern.empty()) {
+                m_bed.nEngravedOfPattern = nEngraved;
+                m_state.bEngraved = true;
+                m_state.nEngraved = nEngraved;
+            }
+        });
+        ILog_WriteLogF(1, "Simulated machine: engraved %zu of %zu lines", nEngraved, lines.size());
     }
-    ILog_WriteLogF(1, "Simulated machine: engraved %zu of %zu lines", reading.nEngraved, reading.nSegments);
-    ChangeState([&] {
-        m_state.bBusy = false;
-        // The machine may have been swapped meanwhile.
-        m_state.bEngraved = pPattern == m_pSent;
-        m_state.nEngraved = reading.nEngraved;
-    });
+    Keep();
     return true;
 }
 
@@ -86,16 +146,18 @@ void SimulatedDevice::SwapMachine(std::uint64_t nSeed)
     {
         const std::lock_guard lock(m_machineMutex);
         m_pMachine.swap(pMachine);
+        ChangeState([&] {
+            m_bed = BedRecord();
+            m_bed.kind = m_kind;
+            m_bed.nSeed = m_state.nSeed = nSeed;
+            m_state.strPattern.clear();
+            m_state.nLines = m_state.nEngraved = 0;
+            m_state.bEngraved = false;
+            m_pStaged.reset();
+        });
     }
     ILog_WriteLogF(1, "Simulated machine: another machine, seed %llu", static_cast<unsigned long long>(nSeed));
-    ChangeState([&] {
-        m_state.nSeed = nSeed;
-        m_state.strPattern.clear();
-        m_state.nLines = m_state.nEngraved = 0;
-        m_state.bEngraved = false;
-        m_pSent.reset();
-        m_pStaged.reset();
-    });
+    Keep();
 }
 
 void SimulatedDevice::SetLight(double dShare)
@@ -154,14 +216,18 @@ int SimulatedDevice::SendStaged()
     if (!reading.bComplete || reading.nSegments == 0) {
         return DeviceRefused;
     }
-    ILog_WriteLogF(1, "Simulated machine: %s was sent, %zu lines", qPrintable(strName), reading.nSegments);
+    std::vector<Simulator::EngravedLine> lines;
+    Simulator::ReadMicroLine(pStaged->Document(), lines);
+    ILog_WriteLogF(1, "Simulated machine: %s was sent, %zu lines", qPrintable(strName), lines.size());
     ChangeState([&] {
-        m_state.strPattern = strName;
-        m_state.nLines = reading.nSegments;
+        m_state.strPattern = m_bed.strPattern = strName;
+        m_state.nLines = lines.size();
         m_state.nEngraved = 0;
         m_state.bEngraved = false;
-        m_pSent = pStaged;
+        m_bed.pattern = std::move(lines);
+        m_bed.nEngravedOfPattern.reset();
     });
+    Keep();
     return DeviceSuccess;
 }
 

@@ -8,6 +8,7 @@
 // swapping it, taking a picture) wait for one another, up to a second; a window calls them on a thread of its own.
 // `GetState`, the light and the plugs never wait for the machine.
 
+#include "BedFile.h"
 #include "IDeviceHost.h"
 #include "Machine.h"
 #include "SimulatedCameras.h"
@@ -53,7 +54,12 @@ public:
     Simulator::Machine::Kind Kind() const { return m_kind; }
     cv::Size2d WorkAreaMm() const { return m_areaMm; }
     State GetState() const;
-    /// For who measures against the truth or engraves a pattern of its own: `use` has the machine to itself meanwhile.
+    /// Goes on where the machine in this file stopped, and writes it there after each change from now on. Before
+    /// anything else.
+    /// @param bOfAnySeed  else the file's machine is only taken where it is the same one
+    void KeepIn(const QString& strFile, bool bOfAnySeed);
+    /// For who measures against the truth: `use` has the machine to itself meanwhile. What it engraves is not kept in a
+    /// file.
     template <typename Use> void WithMachine(Use use)
     {
         const std::lock_guard lock(m_machineMutex);
@@ -63,6 +69,8 @@ public:
     void PlaceMaterial();
     /// Engraves the pattern that was sent; false where none was.
     bool StartEngraving();
+    /// Lines of the operator's own, beside any pattern.
+    void EngraveLines(const std::vector<Simulator::EngravedLine>& lines);
     /// Another machine of the same kind in its place, with fresh material; a pattern that was sent is gone with the old
     /// one. Light and plugs stay.
     void SwapMachine(std::uint64_t nSeed);
@@ -86,13 +94,14 @@ public:
     int Snap(const char* szSide, cv::Mat& picture) override;
 
 signals:
-    /// From any thread.
+    /// From any thread, while the machine is held: connect it queued.
     void StateChangedSignal();
 
 private:
     int SendStaged();
     /// Changes the state under its lock, then tells.
     template <typename Change> void ChangeState(Change change);
+    void Keep();
 
     const Simulator::Machine::Kind m_kind;
     cv::Size2d m_areaMm;
@@ -102,7 +111,9 @@ private:
     State m_state;
     QString m_strStaged;
     std::shared_ptr<const Simulator::MicroLineCopy> m_pStaged;
-    std::shared_ptr<const Simulator::MicroLineCopy> m_pSent;
+    BedRecord m_bed; ///< under the lock of the state too
+    QString m_strFile;
+    std::mutex m_fileMutex; ///< taken before the lock of the state
 };
 
 } // namespace Workbench

@@ -28,7 +28,7 @@ int RunGui(const CommandLine& line)
     }
     const auto flow = line.strFlow == "manual" ? Simulator::Machine::Kind::Manual : Simulator::Machine::Kind::Automatic;
     ApplyTheme(*qApp);
-    HostSession session(flow, line.nSeed);
+    HostSession session(flow, line.bSeedGiven ? std::optional(line.nSeed) : std::nullopt);
     WorkbenchWindow window(session);
     window.show();
     window.Start();

@@ -8,6 +8,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPlainTextEdit>
+#include <QScrollBar>
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 
@@ -95,6 +96,10 @@ void LogPane::Flush()
     }
     while (m_lines.size() > g_nMaxLines) {
         m_lines.pop_front();
+    }
+    if (!fresh.empty()) {
+        // Lines begin with what they are about; the end of a long one is nobody's first question.
+        m_pText->horizontalScrollBar()->setValue(0);
     }
 }
 

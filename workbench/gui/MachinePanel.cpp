@@ -88,12 +88,8 @@ void MachinePanel::Build()
 
     connect(m_pPlace, &QPushButton::clicked, this, [this] { Run([this] { m_device.PlaceMaterial(); }); });
     connect(m_pEngrave, &QPushButton::clicked, this, [this] { Run([this] { m_device.StartEngraving(); }); });
-    connect(m_pScale, &QPushButton::clicked, this, [this] {
-        Run([this] {
-            m_device.WithMachine(
-                [](Simulator::Machine& machine) { machine.EngraveLines(ScaleCrosses(machine.WorkAreaMm())); });
-        });
-    });
+    connect(m_pScale, &QPushButton::clicked, this,
+            [this] { Run([this] { m_device.EngraveLines(ScaleCrosses(m_device.WorkAreaMm())); }); });
     connect(m_pSwap, &QPushButton::clicked, this, [this] {
         Run([this, nSeed = static_cast<std::uint64_t>(m_pSeed->value())] { m_device.SwapMachine(nSeed); });
     });

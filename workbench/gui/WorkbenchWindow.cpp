@@ -101,6 +101,7 @@ QWidget* WorkbenchWindow::BuildControls()
     pLanguage->addWidget(m_pLanguageLabel);
     pLanguage->addWidget(m_pLanguage, 1);
     pLayout->addLayout(pLanguage);
+    pLayout->addStretch();
     return pControls;
 }
 
@@ -262,17 +263,56 @@ void WorkbenchWindow::BeginRun()
 // A modal window blocks all others but those that belong to it.
 void WorkbenchWindow::ShowBeside()
 {
+    // It can be dragged out of the way, and nowhere else.
+    m_pMachineDock->setFeatures(QDockWidget::DockWidgetMovable);
+    m_pMachineDock->setAllowedAreas(Qt::NoDockWidgetArea);
     m_pMachineDock->setFloating(true);
     m_pMachineDock->show();
-    if (QWindow* const pPanel = m_pMachineDock->windowHandle()) {
-        pPanel->setTransientParent(m_pRun->Window()->windowHandle());
-    }
-    const QRect screen = m_pRun->Window()->screen()->availableGeometry();
-    const QRect wizard = m_pRun->Window()->frameGeometry();
-    // Beside the wizard, and inside the screen where there is no room.
-    const int nX = std::min(wizard.right() + 8, screen.right() - m_pMachineDock->width());
-    m_pMachineDock->move(nX, std::max(wizard.top(), screen.top()));
+    m_pMachineDock->windowHandle()->setTransientParent(m_pRun->Window()->windowHandle());
+    PlaceBeside();
     m_pMachineDock->raise();
+    // The wizard takes its page's size after it has opened.
+    m_pRun->Window()->installEventFilter(this);
+}
+
+void WorkbenchWindow::PlaceBeside()
+{
+    const QRect screen = m_pRun->Window()->screen()->availableGeometry();
+    // It centres itself before it has its page's size; on a small screen that leaves its buttons outside.
+    QRect wizard = m_pRun->Window()->frameGeometry();
+    const QPoint inside(std::max(screen.left(), std::min(wizard.left(), screen.right() - wizard.width())),
+                        std::max(screen.top(), std::min(wizard.top(), screen.bottom() - wizard.height())));
+    if (inside != wizard.topLeft()) {
+        m_pRun->Window()->move(inside);
+        wizard.moveTopLeft(inside);
+    }
+    const QSize panel = m_pMachineDock->sizeHint();
+    m_pMachineDock->resize(panel);
+    constexpr int nGap = 8;
+    int nX = wizard.right() + nGap;
+    if (nX + panel.width() > screen.right()) {
+        nX = wizard.left() - nGap - panel.width();
+    }
+    if (nX < screen.left()) {
+        // No room at all: over the wizard's right edge, where no page has more than its narrow column.
+        nX = screen.right() - panel.width();
+    }
+    m_pMachineDock->move(nX, std::max(screen.top(), std::min(wizard.top(), screen.bottom() - panel.height())));
+}
+
+void WorkbenchWindow::ShowInside()
+{
+    m_pMachineDock->setFloating(false);
+    m_pMachineDock->setAllowedAreas(Qt::RightDockWidgetArea);
+    m_pMachineDock->setFeatures(QDockWidget::NoDockWidgetFeatures);
+}
+
+bool WorkbenchWindow::eventFilter(QObject* pObject, QEvent* pEvent)
+{
+    if (m_pRun && pObject == m_pRun->Window() && pEvent->type() == QEvent::Resize) {
+        PlaceBeside();
+    }
+    return QMainWindow::eventFilter(pObject, pEvent);
 }
 
 void WorkbenchWindow::GiveUpRun(const Failure& failure)
@@ -292,10 +332,8 @@ void WorkbenchWindow::GiveUpRun(const Failure& failure)
 
 void WorkbenchWindow::ConcludeRun(bool bFinished)
 {
-    if (QWindow* const pPanel = m_pMachineDock->windowHandle()) {
-        pPanel->setTransientParent(windowHandle());
-    }
-    m_pMachineDock->setFloating(false);
+    m_pMachineDock->windowHandle()->setTransientParent(windowHandle());
+    ShowInside();
     m_pRun->deleteLater();
     m_pRun.clear();
     const bool bKept = m_session.Files().Conclude(bFinished);

@@ -58,6 +58,8 @@ signals:
 protected:
     void changeEvent(QEvent* pEvent) override;
     void closeEvent(QCloseEvent* pEvent) override;
+    /// Of the wizard's window.
+    bool eventFilter(QObject* pObject, QEvent* pEvent) override;
 
 private:
     void BuildDocks();
@@ -74,6 +76,8 @@ private:
     void StartPicture();
     void BeginRun();
     void ShowBeside();
+    void PlaceBeside();
+    void ShowInside();
     void ConcludeRun(bool bFinished);
     void GiveUpRun(const Failure& failure);
 
