@@ -41,12 +41,12 @@ bool FromJson(const QJsonValue& value, Lines& lines)
     if (!value.isArray() || array.size() > static_cast<qsizetype>(g_nMaxLines)) {
         return false;
     }
-    for (const QJsonValue& entry : array) {
+    for (const auto& entry : array) {
         const QJsonArray four = entry.toArray();
         if (four.size() != 4) {
             return false;
         }
-        for (const QJsonValue& number : four) {
+        for (const auto& number : four) {
             if (!number.isDouble()) {
                 return false;
             }

@@ -220,6 +220,9 @@ TEST_F(Window, APlugInThatOpensNothingIsToldAndAllGoesOn)
     const auto* const pNotice = Find<QLabel>("label_notice");
     ASSERT_TRUE(QTest::qWaitFor([&] { return pNotice->isVisible(); }, g_nPatienceMs));
     EXPECT_EQ(pNotice->text(), "The plug-in has opened no wizard window.");
+    ASSERT_TRUE(SwitchLanguage("de"));
+    QCoreApplication::processEvents();
+    EXPECT_NE(pNotice->text(), "The plug-in has opened no wizard window.") << "in the operator's language, at once";
     EXPECT_EQ(m_pWindow->Run(), nullptr);
     EXPECT_TRUE(Button("pushButton_calibration")->isEnabled());
 }

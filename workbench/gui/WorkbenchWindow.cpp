@@ -51,7 +51,7 @@ WorkbenchWindow::WorkbenchWindow(HostSession& session, const QString& strPlugin)
     BuildStatusBar();
     Retranslate();
     Connect();
-    resize(1280, 860);
+    resize(QSize(1280, 860).boundedTo(screen()->availableSize() * 0.95));
 }
 
 WorkbenchWindow::~WorkbenchWindow()
@@ -166,13 +166,18 @@ void WorkbenchWindow::Connect()
     });
     connect(m_pPicture, &LivePicture::PictureSignal, this, [this](const AreaPicturePointer& pPicture, double) {
         m_pView->SetPicture(pPicture);
+        m_strFailure.clear();
         if (m_bProblem) {
-            Notice({}, false);
+            Notice(nullptr, false);
         }
     });
     connect(m_pPicture, &LivePicture::FailedSignal, this, [this](const QString& strSentence, const QString& strWorded) {
-        ILog_WriteLogF(2, "No work area picture: %s", qPrintable(strSentence));
-        Notice(strWorded, true);
+        // A live view fails again and again.
+        if (strSentence != m_strFailure) {
+            ILog_WriteLogF(2, "No work area picture: %s", qPrintable(strSentence));
+            m_strFailure = strSentence;
+        }
+        Notice([strWorded] { return strWorded; }, true);
     });
     connect(m_pPicture, &LivePicture::StoppedSignal, this, &WorkbenchWindow::BeginRun);
     connect(m_pMachine, &MachinePanel::BedChangedSignal, this, [this] {
@@ -227,7 +232,7 @@ void WorkbenchWindow::OpenWizard(Opening opening)
     }
     m_bOpening = true;
     m_opening = opening;
-    Notice({}, false);
+    Notice(nullptr, false);
     ShowOpenings();
     ShowBusy();
     m_pPicture->StopSlot();
@@ -327,7 +332,7 @@ void WorkbenchWindow::GiveUpRun(const Failure& failure)
     ShowOpenings();
     ShowBusy();
     StartPicture();
-    Notice(Wording(failure), true);
+    Notice([failure] { return Wording(failure); }, true);
 }
 
 void WorkbenchWindow::ConcludeRun(bool bFinished)
@@ -340,9 +345,12 @@ void WorkbenchWindow::ConcludeRun(bool bFinished)
     ShowOpenings();
     ShowBusy();
     StartPicture();
-    Notice(bKept ? Wording("The calibration is finished; the picture is made with it from now on.")
-                 : Wording("The wizard was left before its end; the machine is calibrated as it was before."),
-           false);
+    Notice(
+        [bKept] {
+            return bKept ? Wording("The calibration is finished; the picture is made with it from now on.")
+                         : Wording("The wizard was left before its end; the machine is calibrated as it was before.");
+        },
+        false);
     emit RunConcludedSignal(bKept);
 }
 
@@ -369,12 +377,13 @@ void WorkbenchWindow::ShowBusy()
     m_pProgress->setVisible(!strText.isEmpty());
 }
 
-void WorkbenchWindow::Notice(const QString& strText, bool bProblem)
+void WorkbenchWindow::Notice(std::function<QString()> text, bool bProblem)
 {
+    m_notice = std::move(text);
     m_bProblem = bProblem;
-    m_pNotice->setText(strText);
+    m_pNotice->setText(m_notice ? m_notice() : QString());
     m_pNotice->setStyleSheet(bProblem ? "background: #8c2f2f; color: white;" : "background: #2f5d3a; color: white;");
-    m_pNotice->setVisible(!strText.isEmpty());
+    m_pNotice->setVisible(m_notice != nullptr);
 }
 
 void WorkbenchWindow::Retranslate()
@@ -394,6 +403,7 @@ void WorkbenchWindow::Retranslate()
     m_pView->SetPlaceholder(Placeholder());
     const QSignalBlocker quiet(m_pLanguage);
     m_pLanguage->setCurrentIndex(m_pLanguage->findData(CurrentLanguage()));
+    Notice(m_notice, m_bProblem);
     ShowOpenings();
     ShowBusy();
 }

@@ -11,6 +11,7 @@
 #include <QMainWindow>
 
 #include <array>
+#include <functional>
 #include <memory>
 
 class QCheckBox;
@@ -69,7 +70,8 @@ private:
     void Retranslate();
     void ShowOpenings();
     void ShowBusy();
-    void Notice(const QString& strText, bool bProblem);
+    /// @param text  asked again when the language changes; null shows none
+    void Notice(std::function<QString()> text, bool bProblem);
     QString PointText(const QPointF& pixel);
     QString Placeholder() const;
 
@@ -106,7 +108,8 @@ private:
     QComboBox* m_pLanguage;
 
     QString m_strStage; ///< of the picture, a wording key
-    QString m_strNotice;
+    std::function<QString()> m_notice;
+    QString m_strFailure; ///< of the live picture, as it was logged last
     bool m_bProblem = false;
     bool m_bOpening = false; ///< the picture is being stopped for a wizard
     Opening m_opening = Opening::Calibration;
