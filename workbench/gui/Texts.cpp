@@ -35,9 +35,12 @@ QString CurrentLanguage()
 
 QString LanguageName(const QString& strLanguage)
 {
-    // The locale's own name of English is that of a country.
+    // The locale's own names of these are those of a country.
     if (strLanguage == "en") {
         return "English";
+    }
+    if (strLanguage == "es") {
+        return QString::fromUtf8("Español");
     }
     QString strName = QLocale(strLanguage).nativeLanguageName();
     if (strName.isEmpty()) {
