@@ -15,7 +15,9 @@
 /// @param points  machine millimetres and raw picture pixels; the picture coordinates come back refined
 /// @param error   RMS residual in raw pixels, over the points found on crosses; over all points where most are on none
 /// @param outWidth, outHeight  not used: the model does not depend on the size of a corrected picture
-/// False for too few, collinear or duplicate points, non-finite input and a fit that does not converge.
+/// False for too few, collinear or duplicate points, non-finite input and a fit that does not converge; for marks that
+/// are no better than clicks because the picture shows too few crosses; and where the pattern's arrow heads, if the
+/// picture shows any, say that it is the other way round or that other columns were marked.
 MODULE_EXPORT bool SingleCamCalibration(unsigned char* gray, long width, long height, int bits,
                                         std::vector<CalibrationPoint>& points, long outWidth, long outHeight,
                                         FishEyeCalibrationParam& param, double& error);

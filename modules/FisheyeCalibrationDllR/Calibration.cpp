@@ -1,6 +1,7 @@
 // Calibration of one camera from one picture of engraved crosses. Clicks give a first model; the model tells where each
 // cross lies and how its arms run; the measured crosses give the next model.
 
+#include "ArrowHeads.h"
 #include "CameraFit.h"
 #include "CrossRefinement.h"
 
@@ -152,28 +153,6 @@ double ArmToLookAtMm(const std::vector<Mark>& marks)
     return std::min(kUsualArmMm, 0.3 * NearestDistance(surface));
 }
 
-/// Measures one cross, starting from a pixel near it; arms shorter than usual are tried too.
-std::optional<CrossCentre> LocateCross(const cv::Mat& gray, const FisheyeProjector& projector,
-                                       const cv::Point2d& expected, const CrossSearch& search, bool bSearch)
-{
-    constexpr double kLeastShare = 0.35;
-    constexpr double kLeastContrast = 2.0;
-    for (const double part : {1.0, 0.5, 0.28}) {
-        CrossSearch shorter = search;
-        shorter.armMm *= part;
-        const std::optional<cv::Point2d> start =
-            bSearch ? FindCross(gray, projector, expected, shorter) : std::optional(expected);
-        if (!start) {
-            continue;
-        }
-        const std::optional<CrossCentre> centre = MeasureCross(gray, projector, *start, shorter);
-        if (centre && centre->lineShare >= kLeastShare && centre->contrast >= kLeastContrast) {
-            return centre;
-        }
-    }
-    return std::nullopt;
-}
-
 double MedianContrast(const std::vector<Mark>& marks)
 {
     std::vector<double> contrasts;
@@ -304,6 +283,53 @@ double RmsResidualPx(const std::vector<Mark>& marks, const FisheyeModel& model)
     return std::sqrt(sum / n);
 }
 
+/// How far off the model may be on the surface, from what the marks leave open: RMS over the marks, millimetres.
+double PredictedRmsMm(const std::vector<Mark>& marks, const FisheyeModel& model)
+{
+    double sum = 0.0;
+    for (const double sigmaMm : PredictedSigmasMm(Observations(marks), model)) {
+        sum += sigmaMm * sigmaMm;
+    }
+    return std::sqrt(sum / static_cast<double>(marks.size()));
+}
+
+/// True where too much rests on clicks, which are off by more than a laser may be.
+bool RestsOnClicks(const std::vector<Mark>& marks, const FisheyeModel& model)
+{
+    constexpr double kLooseMm = 0.12;
+    if (2 * CountOnCross(marks) >= marks.size() && PredictedRmsMm(marks, model) < kLooseMm) {
+        return false;
+    }
+    // Points that something else has refined agree with a camera as no click does.
+    constexpr double kRefinedPx = 0.3;
+    const std::vector<double> residuals = ResidualsPx(Observations(marks), model);
+    std::vector<double> offCross;
+    for (std::size_t i = 0; i < marks.size(); ++i) {
+        if (!marks[i].bOnCross) {
+            offCross.push_back(residuals[i]);
+        }
+    }
+    return !offCross.empty() && !(MedianOf(std::move(offCross)) < kRefinedPx);
+}
+
+/// What the picture says against a model that fits the marks, or null.
+const char* ContradictionOfPicture(const cv::Mat& gray, const std::vector<CalibrationPoint>& points,
+                                   const std::vector<Mark>& marks, const FisheyeModel& model, bool bBright)
+{
+    if (RestsOnClicks(marks, model)) {
+        return "too many points lie on no engraved cross: the picture is too dark, or does not show the pattern";
+    }
+    const FisheyeProjector projector(model);
+    std::vector<FoundCross> crosses;
+    for (std::size_t i = 0; i < marks.size(); ++i) {
+        // Where grain hides a cross the model knows its place.
+        if (const auto pixel = projector.PixelFromMachine(marks[i].machineMm)) {
+            crosses.push_back({points[i].nId, {marks[i].machineMm.x, marks[i].machineMm.y}, *pixel});
+        }
+    }
+    return ContradictionOfArrowHeads(gray, projector, crosses, bBright);
+}
+
 /// @return why there is no model, or null
 const char* Calibrate(const cv::Mat& gray, std::vector<CalibrationPoint>& points, FisheyeModel& model)
 {
@@ -329,14 +355,16 @@ const char* Calibrate(const cv::Mat& gray, std::vector<CalibrationPoint>& points
 
     std::vector<Mark> best = marks;
     auto fitted = MeasureAndFit(gray, *fromClicks, clickSigmaPx, search, best);
-    if (2 * CountOnCross(best) < best.size()) {
-        // Some materials turn light where they are engraved.
+    bool bBright = false;
+    if (!fitted || RestsOnClicks(best, *fitted)) {
+        // Some materials turn light where they are engraved; the edges of their lines are dark beside the lines.
         std::vector<Mark> bright = marks;
         search.bBright = true;
         const auto fittedBright = MeasureAndFit(gray, *fromClicks, clickSigmaPx, search, bright);
         if (fittedBright && CountOnCross(bright) > CountOnCross(best)) {
             fitted = fittedBright;
             best = bright;
+            bBright = true;
         }
     }
     if (!fitted) {
@@ -346,6 +374,9 @@ const char* Calibrate(const cv::Mat& gray, std::vector<CalibrationPoint>& points
     constexpr double kHopelessShare = 0.03; // of the width: the points are not those of the grid
     if (!(fitted->residualPx < kHopelessShare * gray.cols)) {
         return "the points do not fit any camera";
+    }
+    if (const char* pText = ContradictionOfPicture(gray, points, best, *fitted, bBright)) {
+        return pText;
     }
     for (std::size_t i = 0; i < best.size(); ++i) {
         points[i].fImageX = static_cast<float>(best[i].pixel.x);

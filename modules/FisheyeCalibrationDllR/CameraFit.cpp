@@ -3,6 +3,8 @@
 #include <ceres/ceres.h>
 #include <ceres/rotation.h>
 
+#include <Eigen/Dense>
+
 #include <opencv2/calib3d.hpp>
 
 #include <cmath>
@@ -140,6 +142,24 @@ Unknowns UnknownsFromModel(const FisheyeModel& model)
     return x;
 }
 
+/// Two residuals a mark in the marks' order, then those of the priors.
+/// @param frame, priors, x  outlive the problem
+/// @param lossSigmas  infinite: none
+void AddResiduals(const std::vector<MarkObservation>& marks, const Frame& frame, const FitPriors& priors,
+                  double lossSigmas, Unknowns& x, ceres::Problem& problem)
+{
+    for (const MarkObservation& mark : marks) {
+        const cv::Vec3d turnedMm =
+            frame.startRotation * cv::Vec3d(mark.machineMm.x, mark.machineMm.y, mark.machineMm.z);
+        problem.AddResidualBlock(
+            new ceres::AutoDiffCostFunction<Reprojection, 2, UnknownCount>(new Reprojection{frame, mark, turnedMm}),
+            std::isfinite(lossSigmas) ? new ceres::CauchyLoss(lossSigmas) : nullptr, x.data());
+    }
+    problem.AddResidualBlock(
+        new ceres::AutoDiffCostFunction<Prior, Prior::nResiduals, UnknownCount>(new Prior{frame, priors}), nullptr,
+        x.data());
+}
+
 /// Solves from one start with one width of the loss.
 std::optional<Solution> Solve(const std::vector<MarkObservation>& marks, const FisheyeModel& start,
                               const FitPriors& priors, double lossSigmas)
@@ -147,16 +167,7 @@ std::optional<Solution> Solve(const std::vector<MarkObservation>& marks, const F
     const Frame frame{{start.nWidth, start.nHeight}, start.RotationMatrix()};
     Unknowns x = UnknownsFromModel(start);
     ceres::Problem problem;
-    for (const MarkObservation& mark : marks) {
-        const cv::Vec3d turnedMm =
-            frame.startRotation * cv::Vec3d(mark.machineMm.x, mark.machineMm.y, mark.machineMm.z);
-        problem.AddResidualBlock(
-            new ceres::AutoDiffCostFunction<Reprojection, 2, UnknownCount>(new Reprojection{frame, mark, turnedMm}),
-            new ceres::CauchyLoss(lossSigmas), x.data());
-    }
-    problem.AddResidualBlock(
-        new ceres::AutoDiffCostFunction<Prior, Prior::nResiduals, UnknownCount>(new Prior{frame, priors}), nullptr,
-        x.data());
+    AddResiduals(marks, frame, priors, lossSigmas, x, problem);
 
     ceres::Solver::Options options;
     options.linear_solver_type = ceres::DENSE_QR;
@@ -298,6 +309,40 @@ std::vector<double> ResidualsPx(const std::vector<MarkObservation>& marks, const
         residuals.push_back(pixel ? cv::norm(*pixel - mark.pixel) : std::numeric_limits<double>::infinity());
     }
     return residuals;
+}
+
+std::vector<double> PredictedSigmasMm(const std::vector<MarkObservation>& marks, const FisheyeModel& model,
+                                      const FitPriors& priors)
+{
+    const Frame frame{{model.nWidth, model.nHeight}, model.RotationMatrix()};
+    Unknowns x = UnknownsFromModel(model);
+    ceres::Problem problem;
+    AddResiduals(marks, frame, priors, std::numeric_limits<double>::infinity(), x, problem);
+    ceres::CRSMatrix sparse;
+    ceres::Problem::EvaluateOptions options;
+    options.num_threads = 1;
+    if (!problem.Evaluate(options, nullptr, nullptr, nullptr, &sparse)) {
+        return std::vector<double>(marks.size(), std::numeric_limits<double>::infinity());
+    }
+    Eigen::MatrixXd jacobian = Eigen::MatrixXd::Zero(sparse.num_rows, sparse.num_cols);
+    for (int row = 0; row < sparse.num_rows; ++row) {
+        for (int i = sparse.rows[static_cast<std::size_t>(row)]; i < sparse.rows[static_cast<std::size_t>(row) + 1];
+             ++i) {
+            jacobian(row, sparse.cols[static_cast<std::size_t>(i)]) = sparse.values[static_cast<std::size_t>(i)];
+        }
+    }
+    const Eigen::MatrixXd covariance = (jacobian.transpose() * jacobian).inverse();
+    const FisheyeProjector projector(model);
+    std::vector<double> sigmas;
+    for (std::size_t i = 0; i < marks.size(); ++i) {
+        const Eigen::MatrixXd rows = marks[i].sigmaPx * jacobian.middleRows(2 * static_cast<Eigen::Index>(i), 2);
+        const double variancePx = (rows * covariance * rows.transpose()).trace();
+        const auto here = projector.PixelFromMachine(marks[i].machineMm);
+        const auto beside = projector.PixelFromMachine(marks[i].machineMm + cv::Point3d(0.5, 0.5, 0.0));
+        const double pxPerMm = here && beside ? cv::norm(*beside - *here) / std::sqrt(0.5) : 0.0;
+        sigmas.push_back(pxPerMm > 0.0 ? std::sqrt(variancePx) / pxPerMm : std::numeric_limits<double>::infinity());
+    }
+    return sigmas;
 }
 
 } // namespace Fisheye

@@ -48,4 +48,9 @@ std::optional<FisheyeModel> RefitCamera(const std::vector<MarkObservation>& mark
 /// Distance of each mark's pixel from where the model sees the mark, pixels; infinite where it sees none.
 std::vector<double> ResidualsPx(const std::vector<MarkObservation>& marks, const FisheyeModel& model);
 
+/// How far off the fitted model may be at each mark, sigma, millimetres on the surface: what the marks' own sigmas and
+/// the priors leave open. Infinite where the model sees no mark.
+std::vector<double> PredictedSigmasMm(const std::vector<MarkObservation>& marks, const FisheyeModel& model,
+                                      const FitPriors& priors = {});
+
 } // namespace Fisheye

@@ -10,6 +10,22 @@
 namespace Fisheye
 {
 
+std::optional<float> GreyAt(const cv::Mat& gray, const cv::Point2d& pixel)
+{
+    const int x = static_cast<int>(std::floor(pixel.x));
+    const int y = static_cast<int>(std::floor(pixel.y));
+    if (x < 0 || y < 0 || x + 1 >= gray.cols || y + 1 >= gray.rows) {
+        return std::nullopt;
+    }
+    const auto fx = static_cast<float>(pixel.x - x);
+    const auto fy = static_cast<float>(pixel.y - y);
+    const unsigned char* const pTop = gray.ptr<unsigned char>(y) + x;
+    const unsigned char* const pBottom = gray.ptr<unsigned char>(y + 1) + x;
+    const float top = static_cast<float>(pTop[0]) * (1.0f - fx) + static_cast<float>(pTop[1]) * fx;
+    const float bottom = static_cast<float>(pBottom[0]) * (1.0f - fx) + static_cast<float>(pBottom[1]) * fx;
+    return top * (1.0f - fy) + bottom * fy;
+}
+
 namespace
 {
 
@@ -47,23 +63,6 @@ std::optional<LocalView> MakeLocalView(const FisheyeProjector& projector, const 
         return std::nullopt; // nothing of a cross would be left at this scale
     }
     return view;
-}
-
-/// Grey value between pixels; empty outside the picture.
-std::optional<float> Bilinear(const cv::Mat& gray, const cv::Point2d& pixel)
-{
-    const int x = static_cast<int>(std::floor(pixel.x));
-    const int y = static_cast<int>(std::floor(pixel.y));
-    if (x < 0 || y < 0 || x + 1 >= gray.cols || y + 1 >= gray.rows) {
-        return std::nullopt;
-    }
-    const auto fx = static_cast<float>(pixel.x - x);
-    const auto fy = static_cast<float>(pixel.y - y);
-    const unsigned char* const pTop = gray.ptr<unsigned char>(y) + x;
-    const unsigned char* const pBottom = gray.ptr<unsigned char>(y + 1) + x;
-    const float top = static_cast<float>(pTop[0]) * (1.0f - fx) + static_cast<float>(pTop[1]) * fx;
-    const float bottom = static_cast<float>(pBottom[0]) * (1.0f - fx) + static_cast<float>(pBottom[1]) * fx;
-    return top * (1.0f - fy) + bottom * fy;
 }
 
 double MedianOf(std::vector<double> values)
@@ -114,7 +113,7 @@ std::optional<Patch> ResamplePatch(const cv::Mat& gray, const LocalView& view, d
                 const double dx = nSub == 1 ? 0.0 : 0.5 * nSubCol - 0.25;
                 const double dy = nSub == 1 ? 0.0 : 0.5 * nSubRow - 0.25;
                 const auto pixel = view.Pixel((col + dx) * patch.stepXMm, (row + dy) * patch.stepYMm);
-                const auto sample = pixel ? Bilinear(gray, *pixel) : std::nullopt;
+                const auto sample = pixel ? GreyAt(gray, *pixel) : std::nullopt;
                 bInside = sample.has_value();
                 value += sample.value_or(0.0f) / static_cast<float>(nSub * nSub);
             }
@@ -533,6 +532,27 @@ std::optional<CrossCentre> MeasureCross(const cv::Mat& gray, const FisheyeProjec
     centre.contrast = 0.5 * (alongX->depth + alongY->depth);
     centre.lineShare = std::min(alongX->seenShare, alongY->seenShare);
     return centre;
+}
+
+std::optional<CrossCentre> LocateCross(const cv::Mat& gray, const FisheyeProjector& projector,
+                                       const cv::Point2d& expected, const CrossSearch& search, bool bSearch)
+{
+    constexpr double kLeastShare = 0.35;
+    constexpr double kLeastContrast = 2.0;
+    for (const double part : {1.0, 0.5, 0.28}) {
+        CrossSearch shorter = search;
+        shorter.armMm *= part;
+        const std::optional<cv::Point2d> start =
+            bSearch ? FindCross(gray, projector, expected, shorter) : std::optional(expected);
+        if (!start) {
+            continue;
+        }
+        const std::optional<CrossCentre> centre = MeasureCross(gray, projector, *start, shorter);
+        if (centre && centre->lineShare >= kLeastShare && centre->contrast >= kLeastContrast) {
+            return centre;
+        }
+    }
+    return std::nullopt;
 }
 
 } // namespace Fisheye

@@ -28,6 +28,10 @@ struct CrossCentre {
     double lineShare = 0.0; ///< share of the looked-at arms on which a line is seen
 };
 
+/// Grey value between pixels; empty outside the picture.
+/// @param gray  CV_8UC1
+std::optional<float> GreyAt(const cv::Mat& gray, const cv::Point2d& pixel);
+
 /// Looks for a cross near a pixel: the place within the radius where all four arms stand out most.
 /// @param gray  CV_8UC1, the raw picture
 /// @return raw pixel to about one pixel; empty where fewer than three arms stand out
@@ -41,5 +45,10 @@ std::optional<cv::Point2d> FindCross(const cv::Mat& gray, const FisheyeProjector
 /// @return empty where the arms do not look like two lines
 std::optional<CrossCentre> MeasureCross(const cv::Mat& gray, const FisheyeProjector& projector,
                                         const cv::Point2d& nearPixel, const CrossSearch& search);
+
+/// Measures a cross whose arms may be shorter than `search` says.
+/// @param bSearch  look for it around `expected` first; else it lies there to about two pixels
+std::optional<CrossCentre> LocateCross(const cv::Mat& gray, const FisheyeProjector& projector,
+                                       const cv::Point2d& expected, const CrossSearch& search, bool bSearch);
 
 } // namespace Fisheye

@@ -197,20 +197,53 @@ TEST(SingleCamCalibration, APointWithoutACrossKeepsItsPlaceAndLittleWeight)
     EXPECT_LT(FisheyeScene::SurfaceError(scene.camera, fit.model, scene.Hull()).rms, 0.06);
 }
 
-TEST(SingleCamCalibration, APictureWithoutAnyCrossLeavesAllPointsAndFitsThem)
+TEST(SingleCamCalibration, ClicksOnAPictureWithoutCrossesAreRefusedAndTheLogSaysSo)
 {
     const Scene scene(false, 3);
     const cv::Mat plain(1944, 2592, CV_8UC1, cv::Scalar(128));
-    const Points clicks = scene.Clicks();
-    const Fit fit = Calibrate(plain, clicks);
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(Calibrate(plain, scene.Clicks()).bGood);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("too dark"), std::string::npos);
+}
+
+TEST(SingleCamCalibration, ExactPointsNeedNoCrossesAndKeepTheirPlaces)
+{
+    Scene scene(false, 3);
+    scene.camera.extraBendPx = 0.0;
+    scene.exact = FisheyeScene::ExactPoints(scene.camera, 3);
+    const cv::Mat plain(1944, 2592, CV_8UC1, cv::Scalar(128));
+    const Fit fit = Calibrate(plain, scene.exact);
     ASSERT_TRUE(fit.bGood);
-    for (std::size_t i = 0; i < clicks.size(); ++i) {
-        EXPECT_EQ(fit.points[i].fImageX, clicks[i].fImageX);
-        EXPECT_EQ(fit.points[i].fImageY, clicks[i].fImageY);
+    for (std::size_t i = 0; i < scene.exact.size(); ++i) {
+        EXPECT_EQ(fit.points[i].fImageX, scene.exact[i].fImageX);
+        EXPECT_EQ(fit.points[i].fImageY, scene.exact[i].fImageY);
     }
-    EXPECT_GT(fit.errorPx, 1.0);
-    EXPECT_LT(fit.errorPx, 5.0);
-    EXPECT_LT(FisheyeScene::SurfaceError(scene.camera, fit.model, scene.Hull()).rms, 1.5);
+    EXPECT_LT(FisheyeScene::SurfaceError(scene.camera, fit.model, scene.Hull()).rms, 0.02);
+}
+
+TEST(SingleCamCalibration, APictureThatGrowsDarkIsEitherGoodEnoughOrRefused)
+{
+    const Scene scene(true, 5);
+    const cv::Mat picture = scene.Picture();
+    int nGood = 0;
+    int nRefused = 0;
+    for (const double light : {0.5, 0.2, 0.1, 0.05, 0.03, 0.02, 0.0}) {
+        cv::Mat dark;
+        picture.convertTo(dark, CV_16S, light);
+        cv::Mat noise(picture.size(), CV_16S);
+        cv::RNG rng(77);
+        rng.fill(noise, cv::RNG::NORMAL, 0.0, 1.5);
+        cv::Mat(dark + noise).convertTo(dark, CV_8U);
+        const Fit fit = Calibrate(dark, scene.Clicks());
+        nRefused += fit.bGood ? 0 : 1;
+        if (fit.bGood) {
+            ++nGood;
+            EXPECT_LT(FisheyeScene::SurfaceError(scene.camera, fit.model, scene.Hull()).rms, 0.06) << light;
+            EXPECT_LT(FisheyeScene::SurfaceError(scene.camera, fit.model, scene.Share()).rms, 0.15) << light;
+        }
+    }
+    EXPECT_GE(nGood, 2);
+    EXPECT_GE(nRefused, 2);
 }
 
 TEST(SingleCamCalibration, LinesLighterThanTheMaterialServeAsWell)

@@ -139,6 +139,22 @@ std::vector<CalibrationPoint> Clicked(std::vector<CalibrationPoint> points, doub
     return points;
 }
 
+namespace
+{
+
+/// An arrow head at a cross, as a share of the line's depth.
+double ArrowCoverage(const cv::Point2d& d, const SceneOptions& options, double blurMm)
+{
+    // Both strokes end in the tip, half an arm from where they begin in X and in Y.
+    const double alongX = d.x - 0.75 * options.armMm;
+    const double alongY = std::abs(d.y) - 0.25 * options.armMm;
+    const double across = (alongX + alongY) * std::sqrt(0.5);
+    const double along = (alongX - alongY) * std::sqrt(0.5);
+    return Coverage(across, options.lineWidthMm, blurMm) * Coverage(along, std::sqrt(0.5) * options.armMm, blurMm);
+}
+
+} // namespace
+
 cv::Mat Render(const Camera& camera, const std::vector<CalibrationPoint>& exactPoints, const SceneOptions& options)
 {
     const cv::Size size(camera.model.nWidth, camera.model.nHeight);
@@ -151,6 +167,7 @@ cv::Mat Render(const Camera& camera, const std::vector<CalibrationPoint>& exactP
         if (std::count(options.missingIds.begin(), options.missingIds.end(), point.nId) > 0) {
             continue;
         }
+        const bool bArrow = std::count(options.arrowIds.begin(), options.arrowIds.end(), point.nId) > 0;
         const cv::Point2d centreMm(point.fWorldX, point.fWorldY);
         const cv::Point2d centre = camera.PixelFromMachine(centreMm);
         const double pxPerMm = cv::norm(camera.PixelFromMachine(centreMm + cv::Point2d(1.0, 0.0)) - centre);
@@ -170,7 +187,8 @@ cv::Mat Render(const Camera& camera, const std::vector<CalibrationPoint>& exactP
                     Coverage(d.y, options.lineWidthMm, blurMm) * Coverage(d.x, 2.0 * options.armMm, blurMm);
                 const double alongY =
                     Coverage(d.x, options.lineWidthMm, blurMm) * Coverage(d.y, 2.0 * options.armMm, blurMm);
-                const double covered = std::max(alongX, alongY);
+                const double arrow = bArrow ? ArrowCoverage(d, options, blurMm) : 0.0;
+                const double covered = std::max({alongX, alongY, arrow});
                 lines.at<float>(y, x) = std::max(lines.at<float>(y, x), static_cast<float>(covered));
             }
         }

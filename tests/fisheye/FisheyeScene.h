@@ -26,6 +26,7 @@ struct SceneOptions {
     double blurPx = 0.7;         ///< sigma of the lens
     double extraBendPx = 0.0;    ///< at the corner of the picture, of terms that the model does not have
     std::vector<int> missingIds; ///< crosses that were not engraved
+    std::vector<int> arrowIds;   ///< crosses with an arrow head that points along growing X
 };
 
 /// The truth.
