@@ -362,6 +362,24 @@ TEST_F(AutoDual, ALanguageThatComesBeforeTheGridIsKnownOpensNothing)
     EXPECT_TRUE(Tool("toolButton_Add").isEnabled());
 }
 
+TEST_F(AutoDual, ItsSignalsAndSlotsComeInTheOrderThatTheirUsersKnow)
+{
+    const QMetaObject& meta = AutoDualCalibrateWdg::staticMetaObject;
+    EXPECT_EQ(Methods(meta, QMetaMethod::Signal),
+              (QStringList{"AutoDualCalibrateWdgBtnBackSignal()", "AutoDualCalibrateWdgBtnNextSignal()",
+                           "CloseWindowSignal()", "ExitWindowSignal()", "SendListPtSignal(QList<QPointF>)",
+                           "SendFlagSizeSignal(QSizeF)", "ListCoordRowClickedSignal(int)",
+                           "AddCrossFinishSignal(int,QPointF)"}));
+    EXPECT_EQ(
+        Methods(meta, QMetaMethod::Slot),
+        (QStringList{
+            "on_pushButton_confirm_clicked()", "on_pushButton_back_clicked()", "on_pushButton_cancel_clicked()",
+            "on_pushButton_takePic_clicked()", "ListCoordItemClickedSlots(QListWidgetItem*)", "ClearSelectItemSlots()",
+            "CoordinateToolBarAddSlots()", "CoordinateToolBarModifySlots()", "CoordinateToolBarDeleteSlots()",
+            "AddCrossSlots(QPointF)", "on_pushButton_AddCoord_clicked()", "on_pushButton_RemoveCoord_clicked()",
+            "on_listWidget_Coord_itemDoubleClicked(QListWidgetItem*)", "TimeOutSlot()", "CrossItemPressedSlots(int)"}));
+}
+
 // ---- Progress ----
 
 TEST_F(AutoDual, ShowingReadsTheGridAndWritesTheStep)

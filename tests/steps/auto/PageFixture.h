@@ -11,6 +11,7 @@
 #include "ModuleDoubles.h"
 #include "PageParts.h"
 #include "RecordingCamera.h"
+#include "StepWidgets.h"
 
 #include <gmock/gmock.h>
 #include <opencv2/core.hpp>
@@ -46,15 +47,6 @@ protected:
         EXPECT_EQ(m_module.GivenBack(), m_module.HandedOut());
         EXPECT_THAT(g_listLoadedModules, testing::IsEmpty());
         g_calibGlobalParam = CalibGlobalParam();
-    }
-
-    template <typename Widget> static Widget& Child(QWidget& page, const char* pName)
-    {
-        auto* const pChild = page.findChild<Widget*>(pName);
-        if (!pChild) {
-            qFatal("The page has no %s", pName);
-        }
-        return *pChild;
     }
 
     static QString Enable(QWidget& page, const char* pName)

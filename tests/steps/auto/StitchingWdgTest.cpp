@@ -171,6 +171,17 @@ TEST_F(Stitching, ANewLanguageReachesThePage)
     EXPECT_EQ(Get<QToolButton>("toolButton_Step2").text(), "Gravieren");
 }
 
+TEST_F(Stitching, ItsSignalsAndSlotsComeInTheOrderThatTheirUsersKnow)
+{
+    const QMetaObject& meta = StitchingWdg::staticMetaObject;
+    EXPECT_EQ(Methods(meta, QMetaMethod::Signal),
+              (QStringList{"AutoDualCalibrateWdgBtnBackSignal()", "CloseWindowSignal()", "backWdgSignal()",
+                           "ExitWindowSignal()"}));
+    EXPECT_EQ(Methods(meta, QMetaMethod::Slot),
+              (QStringList{"on_pushButton_Stitch_clicked()", "on_pushButton_back_clicked()",
+                           "on_pushButton_confirm_clicked()", "on_pushButton_cancel_clicked()", "TimeOutSlot()"}));
+}
+
 // ---- Stitching ----
 
 TEST_F(Stitching, PassesWhatTheStepsBeforeStoredToTheModule)
