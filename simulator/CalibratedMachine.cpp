@@ -3,7 +3,6 @@
 #include "CalibrationFolder.h"
 #include "CrossPtsDetectDllR.h"
 #include "FisheyeCalibrationDllR.h"
-#include "SeededNoise.h"
 #include "Truth.h"
 
 #include <opencv2/imgcodecs.hpp>
@@ -66,55 +65,26 @@ bool Read(const CameraFiles& files, std::string& strProblem)
     return true;
 }
 
-/// Crosses that this camera is to see, in the order of the grid.
-std::vector<cv::Point2d> CrossesOf(const CrossGrid& grid, Side side)
-{
-    const std::vector<cv::Point2d> all = grid.PointsMm();
-    const int nFirst = side == Side::Left ? 0 : grid.nCol - grid.nColSingle;
-    std::vector<cv::Point2d> crosses;
-    for (std::size_t i = 0; i < all.size(); ++i) {
-        const int nCol = static_cast<int>(i) % grid.nCol;
-        if (nCol >= nFirst && nCol < nFirst + grid.nColSingle) {
-            crosses.push_back(all[i]);
-        }
-    }
-    return crosses;
-}
-
 bool Click(const Machine& machine, Side side, const ClickOptions& options, std::vector<CalibrationPoint>& clicks,
            CameraCalibrationReport& report, std::string& strProblem)
 {
-    const Truth truth(machine);
     const CrossGrid grid = machine.Grid();
-    Draw draw(options.nSeed, side == Side::Left ? 0x51 : 0x52);
-    double sum = 0.0;
     clicks.clear();
-    for (const cv::Point2d& cross : CrossesOf(grid, side)) {
-        if (!truth.Sees(side, cross)) {
-            strProblem = "a cross lies outside the picture of its camera";
-            return false;
-        }
-        const cv::Point2d pixel = *truth.PixelFromMachine(side, cross);
-        const cv::Point2d error(options.sigmaPx * draw.Normal(), options.sigmaPx * draw.Normal());
-        sum += error.dot(error);
+    for (const cv::Point2d& pixel : ClickCrosses(machine, side, options, &report.clickRmsPx)) {
+        const int nId = static_cast<int>(clicks.size()) + 1;
         CalibrationPoint click;
-        click.fImageX = static_cast<float>(pixel.x + error.x);
-        click.fImageY = static_cast<float>(pixel.y + error.y);
+        click.nId = nId;
+        click.nRow = (nId - 1) / grid.nColSingle;
+        click.nCol = (nId - 1) % grid.nRow;
+        click.fImageX = static_cast<float>(pixel.x);
+        click.fImageY = static_cast<float>(pixel.y);
         clicks.push_back(click);
     }
-    if (options.bShuffle) {
-        for (std::size_t i = clicks.size(); i > 1; --i) {
-            std::swap(clicks[i - 1], clicks[draw.Bits() % i]);
-        }
-    }
-    for (std::size_t i = 0; i < clicks.size(); ++i) {
-        const int nId = static_cast<int>(i) + 1;
-        clicks[i].nId = nId;
-        clicks[i].nRow = (nId - 1) / grid.nColSingle;
-        clicks[i].nCol = static_cast<int>(i) % grid.nRow;
-    }
     report.nPoints = clicks.size();
-    report.clickRmsPx = clicks.empty() ? 0.0 : std::sqrt(sum / static_cast<double>(clicks.size()));
+    if (clicks.empty()) {
+        strProblem = "a cross lies outside the picture of its camera";
+        return false;
+    }
     return true;
 }
 

@@ -4,22 +4,13 @@
 // through the same modules, with an operator whose clicks are off. For tests, and for a host that has no wizard at
 // hand. Who uses it links the real modules; the exactness of the clicks' centre comes from the truth.
 
+#include "Clicks.h"
 #include "Machine.h"
 
-#include <opencv2/core.hpp>
-
-#include <cstdint>
 #include <string>
 
 namespace Simulator
 {
-
-/// How the operator clicks.
-struct ClickOptions {
-    double sigmaPx = 3.0; ///< distance of a click from the cross, sigma in x and in y
-    std::uint64_t nSeed = 1;
-    bool bShuffle = true; ///< clicks come in no order
-};
 
 struct CameraCalibrationReport {
     std::size_t nPoints = 0;
@@ -49,8 +40,7 @@ bool WriteCalibrationFiles(Machine& machine, const std::string& strRoot, const C
 /// homographies between the fused picture and the bed. Where the fused picture lies is asked of the module.
 /// The report's camera parts say how many marks lie on which camera and how far they are off.
 /// @param options  `sigmaPx` is how far a mark is off in the fused picture; there is no refinement in this flow, so
-/// that
-///                 the operator who clicks badly has a bad calibration
+///                 that the operator who clicks badly has a bad calibration
 bool WriteManualCalibrationFiles(Machine& machine, const std::string& strRoot, const ClickOptions& options,
                                  CalibrationReport& report);
 
