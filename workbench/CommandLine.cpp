@@ -18,6 +18,7 @@ const QHash<QString, QStringList>& KnownOptions()
 {
     static const QHash<QString, QStringList> options{
         {"demo", {"--out", "--seed", "--click-error", "--data"}},
+        {"calibrate", {"--flow", "--out", "--seed", "--click-error", "--script", "--data"}},
         {"picture", {"--left", "--right", "--out", "--size", "--data"}},
         {"to-world", {"--data"}},
         {"to-pixel", {"--data"}},
@@ -74,6 +75,8 @@ void TakeOption(CommandLine& line, const QString& strName, const QString& strVal
         line.strLeft = strValue;
     } else if (strName == "--right") {
         line.strRight = strValue;
+    } else if (strName == "--script") {
+        line.strScript = strValue;
     } else if (strName == "--size") {
         line.sizeMm = SizeMm(strValue);
     } else if (strName == "--flow") {
@@ -153,6 +156,9 @@ CommandLine ParseCommandLine(const QStringList& listWords)
     if (line.strCommand == "picture" && (line.strLeft.isEmpty() || line.strRight.isEmpty() || line.strOut.isEmpty())) {
         throw Wrong("picture needs --left, --right and --out.");
     }
+    if (line.strCommand == "calibrate" && line.strFlow != "automatic") {
+        throw Wrong("The manual flow cannot be calibrated by command yet.");
+    }
     return line;
 }
 
@@ -164,12 +170,20 @@ The reference host of CalibrateTwoCamera: two camera pictures become one picture
 convert between that picture and machine millimetres.
 
 Commands
-  demo                      calibrate a simulated machine, make its work area picture, and measure the error in millimetres
+  demo                      calibrate a simulated machine through the wizard, make its work area picture, and measure the
+                            error in millimetres; always from the beginning
       --out DIR             where work_area.png, error_map.png, report.json and the two camera pictures left.png and right.png
                             go (default: out)
       --seed N              which simulated machine (default: 1)
       --click-error PX      how far the simulated operator's clicks are off, sigma in pixels (default: 3)
       --data DIR            where the calibration goes (default: data below the --out folder)
+  calibrate [--flow automatic]
+                            the same on the machine of the data folder: an interrupted run is resumed, and cameras that
+                            CameraSetting.ini names take the place of the simulated ones (then --script is needed, and only
+                            work_area.png is made)
+      --script FILE         the operator's clicks as JSON instead of the simulated operator's
+      --out, --seed, --click-error, --data
+                            as above; without --data the user's configuration folder
   --gui                     the window: live work area picture, calibration wizard, the simulated machine's panel, log
       --flow automatic|manual   which simulated machine it is for (default: automatic)
       --seed N              which one of them (default: the one of the last time, or 1)

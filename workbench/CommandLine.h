@@ -12,15 +12,16 @@ namespace Workbench
 {
 
 struct CommandLine {
-    QString strCommand;            ///< "demo", "picture", "to-world", "to-pixel", "gui", "help" or "version"
-    QString strDataFolder;         ///< empty for the user's configuration folder
-    QString strOut = "out";        ///< folder of the demonstration, or file of a picture
-    QString strLeft;               ///< picture file
-    QString strRight;              ///< picture file
-    double dX = 0.0;               ///< pixel or millimetre
-    double dY = 0.0;               ///< pixel or millimetre
-    QSize sizeMm;                  ///< work area; not valid where the machine's own is meant
+    QString strCommand;     ///< "demo", "calibrate", "picture", "to-world", "to-pixel", "gui", "help" or "version"
+    QString strDataFolder;  ///< empty for the user's configuration folder
+    QString strOut = "out"; ///< folder of a calibration, or file of a picture
+    QString strLeft;        ///< picture file
+    QString strRight;       ///< picture file
+    double dX = 0.0;        ///< pixel or millimetre
+    double dY = 0.0;        ///< pixel or millimetre
+    QSize sizeMm;           ///< work area; not valid where the machine's own is meant
     QString strFlow = "automatic"; ///< or "manual": which machine
+    QString strScript;             ///< file of what the operator does; empty for the simulated operator
     std::uint64_t nSeed = 1;       ///< of the simulated machine
     bool bSeedGiven = false;       ///< else any machine that was left is meant, where one was
     double dClickErrorPx = 3.0;    ///< sigma of the simulated operator's clicks

@@ -15,7 +15,7 @@ class FolderLock
 public:
     /// Waits for another run that holds the folder, and says so on standard error. A folder that cannot be opened or
     /// locked is not locked: whatever is wrong with it shows when it is used. Throws `Failure` after `most`.
-    explicit FolderLock(const QString& strFolder, std::chrono::milliseconds most = std::chrono::seconds(60));
+    explicit FolderLock(const QString& strFolder, std::chrono::milliseconds most = std::chrono::minutes(5));
     ~FolderLock();
     FolderLock(const FolderLock&) = delete;
     FolderLock& operator=(const FolderLock&) = delete;

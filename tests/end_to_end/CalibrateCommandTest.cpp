@@ -1,0 +1,174 @@
+// The calibration by command: an operator script at the real pages, with what comes between.
+
+#include "Clicks.h"
+#include "Machine.h"
+#include "OperatorScript.h"
+#include "WorkbenchProcess.h"
+
+#include <gtest/gtest.h>
+#include <opencv2/core.hpp>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QTemporaryDir>
+
+namespace
+{
+
+using Simulator::Machine;
+
+constexpr int g_nMostMs = 280'000;
+
+class CalibrateCommand : public testing::Test
+{
+protected:
+    QString Path(const QString& strName) const { return m_folder.filePath(strName); }
+    QStringList Words(const QStringList& more = {}) const
+    {
+        return QStringList{"calibrate", "--data", Path("data"), "--out", Path("out")} + more;
+    }
+
+    QJsonObject Report() const
+    {
+        QFile file(Path("out/report.json"));
+        return file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object() : QJsonObject();
+    }
+    void ExpectMeasuresKept() const
+    {
+        const QJsonObject report = Report();
+        ASSERT_FALSE(report.isEmpty());
+        EXPECT_EQ(report["points"].toInt(), report["points_expected"].toInt());
+        EXPECT_GT(report["points"].toInt(), 1000);
+        EXPECT_LE(report["error_mm"].toObject()["rms"].toDouble(), 0.06);
+        EXPECT_LE(report["error_mm"].toObject()["max"].toDouble(), 0.25);
+        EXPECT_LE(report["error_area_mm"].toObject()["rms"].toDouble(), 0.15);
+        EXPECT_LE(report["seam_mm"].toObject()["rms"].toDouble(), 0.08);
+        EXPECT_EQ(report["coverage"].toDouble(), 1.0);
+    }
+
+    QString WriteScript(const Workbench::OperatorScript& script) const
+    {
+        const auto toJson = [](const std::vector<QPointF>& points) {
+            QJsonArray array;
+            for (const QPointF& point : points) {
+                array.append(QJsonArray{point.x(), point.y()});
+            }
+            return array;
+        };
+        const QJsonObject object{{"left", toJson(script.left)}, {"right", toJson(script.right)}};
+        QFile file(Path("operator.json"));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(QJsonDocument(object).toJson());
+        return file.fileName();
+    }
+
+    /// Starts the command and kills it without warning as soon as it says this word. False when it ended before.
+    bool KillAt(const QString& strWord) const
+    {
+        QProcess process;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("HOME", m_folder.path());
+        process.setProcessEnvironment(environment);
+        process.start(WorkbenchFile(), Words());
+        QElapsedTimer clock;
+        clock.start();
+        QByteArray output;
+        while (!output.contains(strWord.toUtf8()) && clock.elapsed() < g_nMostMs &&
+               process.state() != QProcess::NotRunning) {
+            process.waitForReadyRead(100);
+            output += process.readAllStandardOutput();
+        }
+        const bool bSaid = output.contains(strWord.toUtf8());
+        process.kill();
+        process.waitForFinished();
+        EXPECT_TRUE(bSaid) << strWord.toStdString() << " was not said: " << output.toStdString()
+                           << process.readAllStandardError().toStdString();
+        return bSaid;
+    }
+
+    QTemporaryDir m_folder;
+};
+
+} // namespace
+
+TEST_F(CalibrateCommand, ARunThatIsKilledAtEveryStepIsResumedEachTimeAndEndsRight)
+{
+    for (const char* pStep : {"Choosing the work area", "Engraving the pattern", "Taking the left picture", "Clicking",
+                              "Calibrating the left camera", "Taking the right picture", "Clicking",
+                              "Calibrating the right camera", "Stitching"}) {
+        ASSERT_TRUE(KillAt(pStep));
+    }
+    const WorkbenchRun run = RunWorkbench(Words(), m_folder.path());
+    EXPECT_EQ(run.nExitCode, 0) << qPrintable(run.strOutput) << qPrintable(run.strError);
+    ExpectMeasuresKept();
+}
+
+TEST_F(CalibrateCommand, TakesTheClicksOfAScript)
+{
+    const Machine machine(Machine::Kind::Automatic, 5);
+    const QString strScript = WriteScript(Workbench::SimulatedOperator(machine, {.sigmaPx = 2.0, .nSeed = 99}));
+    const WorkbenchRun run = RunWorkbench(Words({"--seed", "5", "--script", strScript}), m_folder.path());
+    EXPECT_EQ(run.nExitCode, 0) << qPrintable(run.strOutput) << qPrintable(run.strError);
+    ExpectMeasuresKept();
+}
+
+TEST_F(CalibrateCommand, PicturesOnFileAreCalibratedWithClicksFromAFile)
+{
+    Machine machine(Machine::Kind::Automatic, 3);
+    machine.PlaceMaterial();
+    machine.EngraveCrossGrid();
+    ASSERT_TRUE(cv::imwrite(Path("left.png").toStdString(), machine.Snap(Simulator::Side::Left)));
+    ASSERT_TRUE(cv::imwrite(Path("right.png").toStdString(), machine.Snap(Simulator::Side::Right)));
+    ASSERT_TRUE(QDir().mkpath(Path("data/Quillboost/Resources/Data")));
+    QFile settings(Path("data/Quillboost/Resources/Data/CameraSetting.ini"));
+    ASSERT_TRUE(settings.open(QIODevice::WriteOnly));
+    settings.write(QString("[CameraSetting]\nCamera-Left=%1\nCamera-Right=%2\n[CANVAS_SIZE]\nWIDTH=1300\nHEIGHT=900\n")
+                       .arg(Path("left.png"), Path("right.png"))
+                       .toUtf8());
+    settings.close();
+
+    const WorkbenchRun without = RunWorkbench(Words(), m_folder.path());
+    EXPECT_EQ(without.nExitCode, 2);
+    EXPECT_TRUE(without.ErrorIsOneSentence()) << qPrintable(without.strError);
+
+    const QString strScript = WriteScript(Workbench::SimulatedOperator(machine, {.sigmaPx = 3.0, .nSeed = 4}));
+    const WorkbenchRun run = RunWorkbench(Words({"--script", strScript}), m_folder.path());
+    ASSERT_EQ(run.nExitCode, 0) << qPrintable(run.strOutput) << qPrintable(run.strError);
+    const cv::Mat area = cv::imread(Path("out/work_area.png").toStdString(), cv::IMREAD_GRAYSCALE);
+    ASSERT_EQ(area.size(), cv::Size(7800, 5400));
+    for (const cv::Point2d& mm : machine.Grid().PointsMm()) {
+        const cv::Point centre(cvRound(mm.x * 6.0), cvRound(mm.y * 6.0));
+        const double dCross = cv::mean(area(cv::Rect(centre.x, centre.y - 40, 1, 80)))[0];
+        const double dBeside = cv::mean(area(cv::Rect(centre.x + 12, centre.y - 40, 12, 30)))[0];
+        EXPECT_LT(dCross, dBeside - 15.0) << "the upright arm of the cross at " << mm;
+    }
+}
+
+TEST_F(CalibrateCommand, ACalibrationThatFailsLeavesTheOneOfBefore)
+{
+    const WorkbenchRun good = RunWorkbench(Words(), m_folder.path());
+    ASSERT_EQ(good.nExitCode, 0) << qPrintable(good.strError);
+    const QString strRecord = Path("data/Quillboost/Resources/Vision/calib/Camera_Two/Result/L_AutoDualCalibrate.xml");
+    QFile record(strRecord);
+    ASSERT_TRUE(record.open(QIODevice::ReadOnly));
+    const QByteArray before = record.readAll();
+    record.close();
+
+    const Machine machine(Machine::Kind::Automatic, 1);
+    Workbench::OperatorScript script = Workbench::SimulatedOperator(machine, {});
+    script.left[3] = script.left[4];
+    const WorkbenchRun bad = RunWorkbench(Words({"--script", WriteScript(script)}), m_folder.path());
+    EXPECT_EQ(bad.nExitCode, 1) << qPrintable(bad.strOutput);
+    EXPECT_TRUE(bad.strError.startsWith("The machine could not be calibrated. The wizard said: "))
+        << qPrintable(bad.strError);
+    ASSERT_TRUE(record.open(QIODevice::ReadOnly));
+    EXPECT_EQ(record.readAll(), before);
+}

@@ -1,0 +1,223 @@
+#include "Calibrate.h"
+
+#include "AccuracyReport.h"
+#include "Clicks.h"
+#include "DataFolder.h"
+#include "ErrorMap.h"
+#include "Failure.h"
+#include "FolderLock.h"
+#include "HostSession.h"
+#include "Measurement.h"
+#include "PictureFile.h"
+#include "PictureMaker.h"
+#include "Stopwatch.h"
+#include "WizardOperator.h"
+#include "WizardRun.h"
+
+#include <opencv2/imgcodecs.hpp>
+
+#include <QDir>
+#include <QEventLoop>
+#include <QFile>
+
+#include <sys/resource.h>
+
+#include <cstdio>
+#include <memory>
+#include <optional>
+
+namespace Workbench
+{
+
+namespace
+{
+
+void Say(const QString& strText)
+{
+    std::printf("%s\n", qPrintable(strText));
+    std::fflush(stdout);
+}
+
+double PeakMemoryMib()
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return static_cast<double>(usage.ru_maxrss) / 1024.0;
+}
+
+void MakeFolder(const QString& strFolder)
+{
+    if (!QDir().mkpath(strFolder)) {
+        throw Failure(QString("The folder %1 cannot be made.").arg(strFolder));
+    }
+}
+
+/// Of an earlier run; they must not stand beside the new pictures should this one be interrupted.
+void RemoveResults(const QString& strOut)
+{
+    for (const char* pName : {"report.json", "error_map.png", "work_area.png"}) {
+        QFile::remove(strOut + "/" + pName);
+    }
+}
+
+void Write(const QString& strFile, const cv::Mat& picture)
+{
+    WritePicture(strFile, picture, {cv::IMWRITE_PNG_COMPRESSION, 1});
+}
+
+OperatorScript ScriptFor(const CommandLine& line, HostSession& session, std::uint64_t nSeed)
+{
+    if (!line.strScript.isEmpty()) {
+        return ReadOperatorScript(line.strScript);
+    }
+    Simulator::ClickOptions clicks;
+    clicks.sigmaPx = line.dClickErrorPx;
+    clicks.nSeed = nSeed;
+    OperatorScript script;
+    session.Device().WithMachine([&](Simulator::Machine& machine) { script = SimulatedOperator(machine, clicks); });
+    return script;
+}
+
+/// From the opening of the wizard to its end. The calibration of before comes back where the end is not reached.
+void Calibrate(HostSession& session, const OperatorScript& script)
+{
+    session.PrepareRun(Opening::Calibration);
+    const InstanceSetup setup = session.Setup();
+    if (!setup.cameras.AreBothThere()) {
+        session.Files().Conclude(false);
+        throw Failure("The camera module lists no left and right camera; CameraSetting.ini names them.");
+    }
+    bool bFinished = false;
+    QString strProblem;
+    {
+        WizardRun run(setup, nullptr);
+        QEventLoop loop;
+        bool bEnded = false;
+        QObject::connect(&run, &WizardRun::EndedSignal, &loop, [&](bool bToTheEnd) {
+            bEnded = true;
+            bFinished = bToTheEnd;
+            loop.quit();
+        });
+        if (!run.Open(Opening::Calibration)) {
+            session.Files().Conclude(false);
+            throw Failure("The plug-in has opened no wizard.");
+        }
+        SimulatedDevice& device = session.Device();
+        WizardOperator wizardOperator(script, {[&device] { return !device.GetState().strPattern.isEmpty(); },
+                                               [&device] { return device.GetState().bEngraved; },
+                                               [&device] { return device.StartEngraving(); }});
+        QObject::connect(&wizardOperator, &WizardOperator::ProgressSignal,
+                         [](const QString& strWhat) { Say("  " + strWhat); });
+        bFinished = wizardOperator.Run();
+        strProblem = wizardOperator.Problem();
+        if (!bEnded && strProblem.isEmpty()) {
+            loop.exec();
+        }
+        bFinished = bFinished && strProblem.isEmpty();
+    }
+    const bool bKept = session.Files().Conclude(bFinished);
+    if (!strProblem.isEmpty()) {
+        throw Failure(QString("The machine could not be calibrated. %1").arg(strProblem));
+    }
+    if (!bKept) {
+        throw Failure("The wizard went to its end but left no whole calibration.");
+    }
+}
+
+/// Dots in fresh material, the work area picture of them, and how far off it is.
+int Measure(HostSession& session, const QString& strOut, AccuracyReport& report)
+{
+    Say("Engraving the dots that the picture is measured by");
+    Simulator::CrossGrid grid;
+    std::vector<Simulator::EngravedDot> dots;
+    cv::Mat left;
+    cv::Mat right;
+    session.Device().WithMachine([&](Simulator::Machine& machine) {
+        grid = machine.Grid();
+        machine.PlaceMaterial();
+        dots = DotGrid(machine.WorkAreaMm());
+        machine.EngraveDots(dots);
+        left = machine.Snap(Simulator::Side::Left);
+        right = machine.Snap(Simulator::Side::Right);
+    });
+    Write(strOut + "/left.png", left);
+    Write(strOut + "/right.png", right);
+
+    Say("Making the work area picture");
+    PluginHost host(session.Setup());
+    const std::vector<cv::Point2d> crosses = grid.PointsMm();
+    {
+        const cv::Mat workArea = MakeWorkAreaPicture(host, left, right, report);
+        report.dCoverage = Coverage(workArea, report.workAreaMm);
+        Say(QString("Locating %1 dots").arg(dots.size()));
+        MeasureDots(host, workArea, dots, crosses, report);
+        Write(strOut + "/work_area.png", workArea);
+    }
+    MeasureSeam(left, right, dots, grid, report);
+    Write(strOut + "/error_map.png", DrawErrorMap(report, crosses));
+    report.dMemoryMib = PeakMemoryMib();
+    if (!WriteReport(report, strOut + "/report.json")) {
+        throw Failure(QString("The report cannot be written to %1/report.json.").arg(strOut));
+    }
+    Say(QString("Wrote work_area.png, error_map.png, report.json, left.png and right.png to %1").arg(strOut));
+    Say(ReportTable(report));
+    for (const QString& strMissed : report.MissedMeasures()) {
+        std::fprintf(stderr, "Measure missed: %s.\n", qPrintable(strMissed));
+    }
+    return report.MissedMeasures().isEmpty() ? Success : MeasureMissed;
+}
+
+} // namespace
+
+int RunCalibrate(const CommandLine& line)
+{
+    const bool bDemo = line.strCommand == "demo";
+    const QString strOut = line.strOut;
+    MakeFolder(strOut);
+    if (bDemo || !line.strDataFolder.isEmpty()) {
+        UseDataFolder(line.strDataFolder.isEmpty() ? strOut + "/data" : line.strDataFolder);
+    }
+    MakeFolder(DataRoot());
+    const FolderLock lockOut(strOut);
+    auto pLockData = std::make_unique<FolderLock>(DataRoot());
+    RemoveResults(strOut);
+
+    AccuracyReport report;
+    report.strFlow = "automatic";
+    report.dClickErrorPx = line.dClickErrorPx;
+
+    if (bDemo) {
+        // One that was interrupted is not resumed but begun again, on a bed that nothing has happened to.
+        QFile::remove(DataRoot() + "/Vision/calib/Camera_Two/Progress.ini");
+        QFile::remove(DataRoot() + "/Data/SimulatedMachine.json");
+    }
+    HostSession session(Simulator::Machine::Kind::Automatic,
+                        bDemo || line.bSeedGiven ? std::optional(line.nSeed) : std::nullopt);
+    const std::uint64_t nSeed = session.Device().GetState().nSeed;
+    report.nSeed = nSeed;
+    const bool bSimulated = session.Cameras() == CameraOwner::SimulatedMachine;
+    if (bDemo && !bSimulated) {
+        throw Failure("CameraSetting.ini in the data folder names cameras of your own; a demonstration uses the "
+                      "simulated machine's. Give it another --data folder, or use calibrate.");
+    }
+    if (!bSimulated && line.strScript.isEmpty()) {
+        throw Failure("Cameras of your own need --script, the places of the crosses in their pictures.", WrongUse);
+    }
+    const OperatorScript script = ScriptFor(line, session, nSeed);
+    report.workAreaMm = cv::Size(session.Device().WorkAreaMm());
+    Say(bSimulated ? QString("Calibrating the simulated machine, seed %1, through the wizard").arg(nSeed)
+                   : QString("Calibrating the cameras of CameraSetting.ini through the wizard"));
+    const Stopwatch stopwatch;
+    Calibrate(session, script);
+    report.dSecondsCalibrate = stopwatch.Seconds();
+    if (bSimulated) {
+        return Measure(session, strOut, report);
+    }
+    pLockData.reset();
+    PictureMaker maker(session.Modules(), session.Setup());
+    Write(strOut + "/work_area.png", maker.Make([](const char* pStage) { Say(QString("  %1").arg(pStage)); }));
+    Say(QString("Calibrated; wrote work_area.png to %1").arg(strOut));
+    return Success;
+}
+
+} // namespace Workbench

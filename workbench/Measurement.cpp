@@ -1,0 +1,166 @@
+#include "Measurement.h"
+
+#include "DataFolder.h"
+#include "DotLocator.h"
+#include "Failure.h"
+#include "FisheyeCalibrationDllR.h"
+#include "Stopwatch.h"
+
+#include <opencv2/imgproc.hpp>
+
+#include <algorithm>
+#include <cmath>
+
+namespace Workbench
+{
+
+namespace
+{
+
+constexpr double g_dDotPitchMm = 25.0;
+constexpr double g_dDotRadiusMm = 1.2;
+
+DotOptions DotsToLocate()
+{
+    DotOptions options;
+    options.radiusPx = g_dDotRadiusMm * g_dPxPerMm;
+    return options;
+}
+
+cv::Mat Grey(const cv::Mat& picture)
+{
+    cv::Mat grey;
+    cv::cvtColor(picture, grey, cv::COLOR_BGR2GRAY);
+    return grey;
+}
+
+/// The crosses form an upright rectangle, so their hull is their bounding box.
+cv::Rect2d HullOf(const std::vector<cv::Point2d>& crosses)
+{
+    cv::Point2d low = crosses.front();
+    cv::Point2d high = low;
+    for (const cv::Point2d& cross : crosses) {
+        low = {std::min(low.x, cross.x), std::min(low.y, cross.y)};
+        high = {std::max(high.x, cross.x), std::max(high.y, cross.y)};
+    }
+    return {low, high};
+}
+
+/// One camera's picture alone in the machine frame: it takes both places of the stitching.
+cv::Mat StitchAlone(const cv::Mat& picture, const QString& strRecord, const cv::Size& sizePx)
+{
+    FishEyeCalibrationParam param;
+    DualFishEyeCalibrationParam dual;
+    cv::Mat alone(sizePx, CV_8UC3);
+    if (!LoadCalibrationParam(strRecord.toLocal8Bit().constData(), param) ||
+        !FishEyeImageStitching(picture.data, picture.cols, picture.rows, 24, param, {}, picture.data, picture.cols,
+                               picture.rows, 24, param, {}, alone.data, alone.cols, alone.rows, 24, dual)) {
+        throw Failure("One camera alone could not be brought into the machine frame.");
+    }
+    return Grey(alone);
+}
+
+/// True where a camera's picture alone shows all that the locator looks at around a place.
+bool Shows(const cv::Mat& alone, const cv::Point2d& placePx)
+{
+    const DotOptions options = DotsToLocate();
+    const int nHalf = static_cast<int>(std::ceil(options.radiusPx + options.searchPx));
+    const cv::Rect window(cvRound(placePx.x) - nHalf, cvRound(placePx.y) - nHalf, 2 * nHalf + 1, 2 * nHalf + 1);
+    const cv::Rect inside = window & cv::Rect(0, 0, alone.cols, alone.rows);
+    return inside == window && cv::countNonZero(alone(window)) == window.area();
+}
+
+} // namespace
+
+std::vector<Simulator::EngravedDot> DotGrid(const cv::Size2d& areaMm)
+{
+    std::vector<Simulator::EngravedDot> dots;
+    for (int nRow = 0; (nRow + 0.5) * g_dDotPitchMm < areaMm.height; ++nRow) {
+        for (int nCol = 0; (nCol + 0.5) * g_dDotPitchMm < areaMm.width; ++nCol) {
+            dots.push_back({cv::Point2d(nCol + 0.5, nRow + 0.5) * g_dDotPitchMm, g_dDotRadiusMm});
+        }
+    }
+    return dots;
+}
+
+cv::Mat MakeWorkAreaPicture(PluginHost& host, const cv::Mat& left, const cv::Mat& right, AccuracyReport& report)
+{
+    const Stopwatch stopwatch;
+    cv::Mat fused;
+    if (host.Calibrate().CalibAndFusionImage(left, right, fused, false) != 0 || fused.empty()) {
+        throw Failure("The plug-in could not stitch the two pictures.");
+    }
+    cv::Mat workArea;
+    if (host.Calibrate().WarpImage(fused, report.workAreaMm.width, report.workAreaMm.height, workArea) != 0) {
+        throw Failure("The plug-in could not cut out the work area.");
+    }
+    report.dSecondsPicture = stopwatch.Seconds();
+    report.picturePx = workArea.size();
+    report.dPxPerMm = g_dPxPerMm;
+    return workArea;
+}
+
+double Coverage(const cv::Mat& workArea, const cv::Size& areaMm)
+{
+    std::size_t nShown = 0;
+    for (int y = 0; y < workArea.rows; ++y) {
+        const auto* pRow = workArea.ptr<cv::Vec3b>(y);
+        for (int x = 0; x < workArea.cols; ++x) {
+            nShown += pRow[x] != cv::Vec3b(0, 0, 0) ? 1 : 0;
+        }
+    }
+    return static_cast<double>(nShown) / (areaMm.area() * g_dPxPerMm * g_dPxPerMm);
+}
+
+void MeasureDots(PluginHost& host, const cv::Mat& workArea, const std::vector<Simulator::EngravedDot>& dots,
+                 const std::vector<cv::Point2d>& crosses, AccuracyReport& report)
+{
+    const cv::Rect2d hull = HullOf(crosses);
+    const cv::Mat grey = Grey(workArea);
+    report.nExpected = static_cast<int>(dots.size());
+    for (const Simulator::EngravedDot& dot : dots) {
+        const auto place = LocateDot(grey, dot.centreMm * g_dPxPerMm, DotsToLocate());
+        if (!place) {
+            continue;
+        }
+        MeasuredPoint point;
+        point.truthMm = dot.centreMm;
+        host.Calibrate().PixelToWorld(place->x, place->y, &point.measuredMm.x, &point.measuredMm.y, false);
+        point.bInsideCrosses = hull.contains(dot.centreMm);
+        report.points.push_back(point);
+    }
+}
+
+void MeasureSeam(const cv::Mat& left, const cv::Mat& right, const std::vector<Simulator::EngravedDot>& dots,
+                 const Simulator::CrossGrid& grid, AccuracyReport& report)
+{
+    const double dFromMm = grid.startMm.x + grid.columnSpacingMm * (grid.nCol - grid.nColSingle);
+    const double dToMm = grid.startMm.x + grid.columnSpacingMm * (grid.nColSingle - 1);
+    const QString strResult = DataRoot() + "/Vision/calib/Camera_Two/Result/";
+    const cv::Mat leftAlone = StitchAlone(left, strResult + "L_AutoDualCalibrate.xml", report.picturePx);
+    const cv::Mat rightAlone = StitchAlone(right, strResult + "R_AutoDualCalibrate.xml", report.picturePx);
+    for (const Simulator::EngravedDot& dot : dots) {
+        const cv::Point2d place = dot.centreMm * g_dPxPerMm;
+        const bool bSeam = dot.centreMm.x >= dFromMm && dot.centreMm.x <= dToMm;
+        const bool bOverlap = Shows(leftAlone, place) && Shows(rightAlone, place);
+        if (!bSeam && !bOverlap) {
+            continue;
+        }
+        report.nSeamExpected += bSeam ? 1 : 0;
+        report.nOverlapExpected += bOverlap ? 1 : 0;
+        const auto a = LocateDot(leftAlone, place, DotsToLocate());
+        const auto b = LocateDot(rightAlone, place, DotsToLocate());
+        if (!a || !b) {
+            continue;
+        }
+        const double dApartMm = cv::norm(*a - *b) / g_dPxPerMm;
+        if (bSeam) {
+            report.seamMm.push_back(dApartMm);
+        }
+        if (bOverlap) {
+            report.overlapMm.push_back(dApartMm);
+        }
+    }
+}
+
+} // namespace Workbench

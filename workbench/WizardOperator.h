@@ -1,0 +1,92 @@
+#pragma once
+
+// Sits in front of the open wizard in place of a person: looks which page is shown, presses its buttons, zooms the
+// picture and double clicks each cross, reads every notice and dismisses it. It sees the widgets of this process only
+// as a person's hands and eyes do, by their object names, and calls nothing past them, so a page that cannot be used
+// by hand cannot be used by this either. GUI thread only.
+
+#include "OperatorScript.h"
+
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QObject>
+#include <QPointer>
+#include <QStringList>
+#include <QTimer>
+
+#include <functional>
+#include <future>
+
+class QGraphicsView;
+class QMainWindow;
+class QMessageBox;
+class QWidget;
+
+namespace Workbench
+{
+
+/// What the operator sees of the machine, and the button that it has.
+struct MachineHands {
+    std::function<bool()> hasPattern;     ///< a pattern was sent to it
+    std::function<bool()> isEngraved;     ///< and burnt into the material that lies there
+    std::function<bool()> startEngraving; ///< presses start and returns when it is done, on a thread of its own; false
+                                          ///< when the machine could not
+};
+
+class WizardOperator final : public QObject
+{
+    Q_OBJECT
+
+public:
+    WizardOperator(OperatorScript script, MachineHands hands);
+    ~WizardOperator() override;
+
+    /// Goes through the wizard that is open now, from whatever page it shows, until it is closed. Event loops run
+    /// meanwhile.
+    /// @return true when the wizard went to its end; else `Problem` says what came in the way, and the wizard has been
+    ///         cancelled
+    bool Run();
+    QString Problem() const { return m_strProblem; }
+    /// What the wizard told meanwhile, notice by notice.
+    QStringList Notices() const { return m_listNotices; }
+
+signals:
+    /// The operator is about to do this, in a few words for who watches.
+    void ProgressSignal(const QString& strWhat);
+
+private:
+    void Look();
+    void AnswerBox(QMessageBox& box);
+    void UsePage(QMainWindow& window);
+    void UseWorkAreaPage(QWidget& page);
+    void UseWaitPage(QWidget& page);
+    void UseCoordinatePage(QWidget& page);
+    void UseStitchingPage(QWidget& page);
+    void ClickCross(QWidget& page, QGraphicsView& view, QPointF target, int nListed);
+    void Cancel(QMainWindow& window);
+    /// False while the button is hidden or shut.
+    bool Press(QWidget& page, const char* pButton);
+    bool ChooseSubModel(QWidget& page);
+    void GoBack(QWidget& page);
+    void Fail(const QString& strProblem);
+    void NextPhase(const QString& strWhat = {});
+
+    const OperatorScript m_script;
+    const MachineHands m_hands;
+    QTimer m_timer;
+    QEventLoop m_loop;
+    QElapsedTimer m_sincePhase;
+    QPointer<QWidget> m_page; ///< that `m_nPhase` is about
+    bool m_bRightSide = false;
+    int m_nPhase = 0;
+    std::size_t m_nClicked = 0;
+    int m_nTurns = 0; ///< of the wheel, for one cross
+    std::future<bool> m_engraving;
+    bool m_bRightDone = false;  ///< the right camera was calibrated before these eyes
+    bool m_bToTheStart = false; ///< going back to the page that the pattern is sent from
+    bool m_bConfirmed = false;  ///< the last button of the last page was pressed
+    QString m_strProblem;
+    QStringList m_listNotices;
+};
+
+} // namespace Workbench
