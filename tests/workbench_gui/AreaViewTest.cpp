@@ -39,7 +39,6 @@ protected:
     QPointF Under(const QPoint& place) const { return m_view.viewportTransform().inverted().map(QPointF(place)); }
     void Wheel(const QPoint& place, int nTurns)
     {
-        QTest::mouseMove(m_view.viewport(), place);
         QWheelEvent event(place, m_view.viewport()->mapToGlobal(place), {}, {0, 120 * nTurns}, Qt::NoButton,
                           Qt::NoModifier, Qt::NoScrollPhase, false);
         QApplication::sendEvent(m_view.viewport(), &event);
@@ -79,6 +78,23 @@ TEST_F(View, TheWheelKeepsTheSpotUnderTheMouse)
     EXPECT_NEAR(m_view.Zoom(), 8.0 * 0.19, 0.2);
     EXPECT_NEAR(Under(place).x(), before.x(), 3.0);
     EXPECT_NEAR(Under(place).y(), before.y(), 3.0);
+}
+
+TEST_F(View, TheWheelKeepsASpotAtTheEdgeToo)
+{
+    const QPoint place = OnScreen({20.0, 20.0});
+    const QPointF before = Under(place);
+    Wheel(place, 12);
+    EXPECT_NEAR(Under(place).x(), before.x(), 3.0);
+    EXPECT_NEAR(Under(place).y(), before.y(), 3.0);
+}
+
+TEST_F(View, WhatIsUnderTheMouseIsToldAnewAfterZooming)
+{
+    QSignalSpy spy(&m_view, &AreaView::HoveredSignal);
+    Wheel({450, 250}, 3);
+    ASSERT_FALSE(spy.isEmpty());
+    EXPECT_NEAR(spy.last()[0].toPointF().x(), Under({450, 250}).x(), 1.0e-6);
 }
 
 TEST_F(View, ZoomEndsInBothDirections)

@@ -227,6 +227,23 @@ TEST_F(Window, APlugInThatOpensNothingIsToldAndAllGoesOn)
     EXPECT_TRUE(Button("pushButton_calibration")->isEnabled());
 }
 
+TEST_F(CalibratedWindow, TheRealWizardOpensAndLeavingItIsACancel)
+{
+    m_pWindow = std::make_unique<WorkbenchWindow>(*m_pSession);
+    m_pWindow->show();
+    m_pWindow->Start();
+    const QByteArray before = Read(Result("AutoDualCalibrate_stitch.xml"));
+    OpenWizard();
+    ASSERT_NE(m_pWindow->Run(), nullptr);
+    m_data.WriteFile(Result("AutoDualCalibrate_stitch.xml"), "half a run");
+    m_answers.Press("Yes");
+    EndWizard("pushButton_cancel");
+    EXPECT_EQ(Read(Result("AutoDualCalibrate_stitch.xml")), before);
+    EXPECT_FALSE(QFile::exists(m_data.CameraTwo("Progress.ini")));
+    WaitForPicture();
+    EXPECT_GT(View()->Zoom(), 0.0);
+}
+
 TEST_F(Window, StaysOpenWhileTheWizardIsOpen)
 {
     m_pWindow->Start();

@@ -4,6 +4,7 @@
 #include <QGraphicsItem>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QScrollBar>
 #include <QStyleOptionGraphicsItem>
 #include <QWheelEvent>
 
@@ -100,7 +101,8 @@ AreaView::AreaView(QWidget* pParent) : QGraphicsView(pParent), m_pItem(new Pictu
     m_pItem->setPos(-0.5, -0.5);
     scene()->addItem(m_pItem);
     setDragMode(ScrollHandDrag);
-    setTransformationAnchor(AnchorUnderMouse);
+    // The toolkit's own anchor is where the mouse last moved, not where the wheel turns.
+    setTransformationAnchor(NoAnchor);
     setResizeAnchor(AnchorViewCenter);
     setMouseTracking(true);
     setBackgroundBrush(QColor(48, 50, 54));
@@ -118,8 +120,10 @@ void AreaView::SetPicture(AreaPicturePointer pPicture)
     const bool bFit = pPicture && (!m_pPicture || m_pPicture->Size() != pPicture->Size());
     m_pPicture = pPicture;
     m_pItem->SetPicture(std::move(pPicture));
-    // Not `setSceneRect` of the view alone: items that are bigger on the screen than in the picture would widen it.
-    scene()->setSceneRect(m_pItem->sceneBoundingRect());
+    // With room around it: a spot near the edge stays under the mouse while it is zoomed too.
+    const QRectF whole = m_pItem->sceneBoundingRect();
+    scene()->setSceneRect(
+        whole.adjusted(-whole.width() / 2, -whole.height() / 2, whole.width() / 2, whole.height() / 2));
     if (bFit) {
         FitSlot();
     }
@@ -183,8 +187,13 @@ void AreaView::wheelEvent(QWheelEvent* pEvent)
     }
     const double dWanted = Zoom() * std::exp2(pEvent->angleDelta().y() / 120.0 / g_dStepsPerDouble);
     const double dScale = std::clamp(dWanted, std::min(FitScale(), 1.0) * 0.5, g_dMostZoom) / Zoom();
+    const QPointF spot = viewportTransform().inverted().map(pEvent->position());
     scale(dScale, dScale);
+    const QPointF moved = viewportTransform().map(spot) - pEvent->position();
+    horizontalScrollBar()->setValue(horizontalScrollBar()->value() + qRound(moved.x()));
+    verticalScrollBar()->setValue(verticalScrollBar()->value() + qRound(moved.y()));
     m_bFitted = false;
+    TellHover(pEvent->position());
 }
 
 void AreaView::mousePressEvent(QMouseEvent* pEvent)
@@ -201,7 +210,12 @@ void AreaView::mouseMoveEvent(QMouseEvent* pEvent)
         m_bFitted = false;
     }
     QGraphicsView::mouseMoveEvent(pEvent);
-    const QPointF pixel = viewportTransform().inverted().map(pEvent->position());
+    TellHover(pEvent->position());
+}
+
+void AreaView::TellHover(const QPointF& place)
+{
+    const QPointF pixel = viewportTransform().inverted().map(place);
     if (IsInside(pixel)) {
         emit HoveredSignal(pixel);
     } else {

@@ -63,6 +63,7 @@ private:
     class PictureItem;
     class MarkItem;
 
+    void TellHover(const QPointF& place);
     bool IsInside(const QPointF& pixel) const;
     double FitScale() const;
 
