@@ -97,6 +97,7 @@ void AutoDualCalibrateWdg::MakeToolBar()
     m_pToolBar->setAttribute(Qt::WA_DeleteOnClose);
     m_pToolBar->setWindowFlags(Qt::SubWindow | Qt::FramelessWindowHint);
     m_pToolBar->setAttribute(Qt::WA_NoMousePropagation, false);
+    m_pToolBar->installEventFilter(this);
     connect(m_pToolBar, &DualCoordinateToolBar::ToolButtonAddClicked, this,
             &AutoDualCalibrateWdg::CoordinateToolBarAddSlots);
     connect(m_pToolBar, &DualCoordinateToolBar::ToolButtonModifyClicked, this,
@@ -183,6 +184,11 @@ bool AutoDualCalibrateWdg::eventFilter(QObject* pWatched, QEvent* pEvent)
     if (pWatched == ui->graphicsView->viewport() && pEvent->type() == QEvent::MouseMove) {
         ShowLastCrossPos();
     }
+    // A view that scrolls takes the children of its viewport along.
+    auto* const pToolBar = qobject_cast<DualCoordinateToolBar*>(pWatched);
+    if (pToolBar && pEvent->type() == QEvent::Move) {
+        pToolBar->move(m_ptToolBar);
+    }
     return QWidget::eventFilter(pWatched, pEvent);
 }
 
@@ -224,7 +230,8 @@ void AutoDualCalibrateWdg::UpdateToolBarPosition()
     bottom.ry() += nHalfHeight;
     const QPoint place =
         ui->graphicsView->mapFromScene(bottom) + QPoint(-m_pToolBar->width() / 2, -5 - m_pToolBar->height());
-    m_pToolBar->move(pViewport->mapToParent(place));
+    m_ptToolBar = pViewport->mapToParent(place);
+    m_pToolBar->move(m_ptToolBar);
     if (m_pToolBar->isHidden()) {
         m_pToolBar->show();
     }
@@ -290,6 +297,10 @@ void AutoDualCalibrateWdg::RefreshPage()
     UpdateStepAppearance();
     UpdateAddButton();
     UpdateCameraName();
+    if (!ui->graphicsView->HasPicture()) {
+        // It went with the crosses.
+        ui->graphicsView->UpdateHintText("Photo");
+    }
 }
 
 void AutoDualCalibrateWdg::UpdateStepAppearance()

@@ -13,6 +13,7 @@
 
 #include <QList>
 #include <QPixmap>
+#include <QPoint>
 #include <QPointer>
 #include <QPointF>
 #include <QSizeF>
@@ -147,5 +148,6 @@ private:
     int m_nRowSingle = 0;
     int m_nColSingle = 0;
 
+    QPoint m_ptToolBar; ///< where it belongs in the viewport
     PictureBuffer m_rawBuffer;
 };

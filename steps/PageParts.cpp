@@ -141,3 +141,10 @@ bool CopyFolder(const QString& strFrom, const QString& strTo)
     }
     return bAll;
 }
+
+bool CoverOldFile(const QString& strFrom, const QString& strTo)
+{
+    ILog_WriteLogF(1, "CoverOldFile, srcPath: %s,  dstPath: %s", ToLocalBytes(strFrom).constData(),
+                   ToLocalBytes(strTo).constData());
+    return CopyFolder(strFrom, strTo);
+}

@@ -70,3 +70,5 @@ void ShowHint(DualGraphicsView& view, int nNumber, QPoint point);
 /// Copies all files and folders below `strFrom` into `strTo`, which is made; files of the same name are replaced.
 /// False where anything could not be copied; the rest is copied all the same.
 bool CopyFolder(const QString& strFrom, const QString& strTo);
+/// The same with a log line first.
+bool CoverOldFile(const QString& strFrom, const QString& strTo);

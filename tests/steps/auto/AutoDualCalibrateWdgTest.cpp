@@ -8,6 +8,7 @@
 #include <QDir>
 #include <QFile>
 #include <QGraphicsPixmapItem>
+#include <QGraphicsTextItem>
 #include <QListWidget>
 #include <QPlainTextEdit>
 #include <QSignalSpy>
@@ -988,6 +989,38 @@ TEST_F(AutoDual, TheToolBarLiesAtTheBottomMiddleOfTheViewAndFollowsItsSize)
     EXPECT_EQ(ToolBar()->pos(), expected());
     EXPECT_NE(ToolBar()->pos(), before);
     EXPECT_TRUE(View().viewport()->rect().contains(ToolBar()->geometry()));
+}
+
+TEST_F(AutoDual, TheToolBarStaysWhenThePictureIsZoomedAndPanned)
+{
+    Open();
+    TakePicture();
+    const QPoint before = ToolBar()->pos();
+    View().scale(4, 4);
+    for (const QPointF place : {QPointF(0, 0), QPointF(WIDTH, HEIGHT), QPointF(200, 100)}) {
+        View().centerOn(place);
+        QCoreApplication::processEvents();
+        EXPECT_EQ(ToolBar()->pos(), before);
+    }
+}
+
+TEST_F(AutoDual, TheHintHowToTakeAPictureIsThereUntilOneIs)
+{
+    const auto hint = [this] {
+        for (QGraphicsItem* const pItem : View().scene()->items()) {
+            if (const auto* const pText = dynamic_cast<QGraphicsTextItem*>(pItem)) {
+                return pText->toPlainText();
+            }
+        }
+        return QString();
+    };
+    Open();
+    EXPECT_EQ(hint(), "Click <Photo> to capture photo");
+    FinishLeft();
+    EXPECT_EQ(hint(), "Click <Photo> to capture photo");
+    TakePicture();
+    AddCrosses(1);
+    EXPECT_EQ(hint(), "");
 }
 
 TEST_F(AutoDual, ThePageSurvivesAToolBarThatIsClosed)
