@@ -5,10 +5,17 @@
 
 #include <QImage>
 #include <QLabel>
+#include <QMainWindow>
 #include <QPixmap>
 #include <QRegularExpression>
 #include <QStyle>
 #include <QToolButton>
+
+/// The style sheet knows the wizard by its class.
+class CalibrateTwoCameraWnd : public QMainWindow
+{
+    Q_OBJECT
+};
 
 namespace
 {
@@ -86,3 +93,17 @@ TEST_F(Theme, TheCursorPictureHasItsTipInTheMiddle)
     EXPECT_GT(cursor.pixelColor(nMiddle, nMiddle + 3).alpha(), 0);
     EXPECT_EQ(cursor.pixelColor(nMiddle, nMiddle - 3).alpha(), 0);
 }
+
+TEST_F(Theme, TheWizardHasItsSizeAsSoonAsItIsShownAndFitsASmallScreen)
+{
+    CalibrateTwoCameraWnd window;
+    window.resize(400, 300);
+    window.show();
+    EXPECT_GE(window.width(), 1100);
+    EXPECT_GE(window.height(), 620);
+    // 1366 x 768 less a task bar and a title bar.
+    EXPECT_LE(window.width(), 1366);
+    EXPECT_LE(window.height(), 700);
+}
+
+#include "ThemeTest.moc"

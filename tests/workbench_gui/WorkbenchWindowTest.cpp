@@ -14,6 +14,7 @@
 #include <QDockWidget>
 #include <QLabel>
 #include <QPushButton>
+#include <QScreen>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -211,6 +212,28 @@ TEST_F(CalibratedWindow, TheOpenWizardBlocksTheWindowAndNotTheMachinesPanel)
     m_answers.Press("Yes");
     EndWizard("pushButton_cancel");
     EXPECT_FALSE(pDock->isFloating());
+}
+
+TEST_F(Window, TheWizardOpensInTheMiddleWithTheMachinesPanelBesideIt)
+{
+    m_pWindow->Start();
+    OpenWizard();
+    QWidget* const pWizard = m_pWindow->Run()->Window();
+    const QRect screen = pWizard->screen()->availableGeometry();
+    const QPoint off = pWizard->frameGeometry().center() - screen.center();
+    EXPECT_LE(std::max(std::abs(off.x()), std::abs(off.y())), 2);
+    const auto* const pDock = Find<QDockWidget>("dock_machine");
+    EXPECT_FALSE(pDock->frameGeometry().intersects(pWizard->frameGeometry()));
+    EXPECT_TRUE(screen.contains(pDock->frameGeometry()));
+
+    // A page that wants more room.
+    pWizard->resize(screen.width() - pDock->frameGeometry().width() - 20, screen.height() - 20);
+    EXPECT_TRUE(screen.contains(pWizard->frameGeometry()));
+    EXPECT_TRUE(screen.contains(pDock->frameGeometry()));
+    EXPECT_FALSE(pDock->frameGeometry().intersects(pWizard->frameGeometry()));
+
+    m_answers.Press("Yes");
+    EndWizard("pushButton_cancel");
 }
 
 TEST_F(Window, APlugInThatOpensNothingIsToldAndAllGoesOn)

@@ -274,35 +274,40 @@ void WorkbenchWindow::ShowBeside()
     m_pMachineDock->setFloating(true);
     m_pMachineDock->show();
     m_pMachineDock->windowHandle()->setTransientParent(m_pRun->Window()->windowHandle());
-    PlaceBeside();
+    m_pMachineDock->resize(m_pMachineDock->sizeHint());
+    // The page's size at once, not when the window's layout comes round to it: a window that grows after it was placed
+    // is at a place of its own on each window system.
+    QWidget* const pWizard = m_pRun->Window();
+    pWizard->ensurePolished();
+    pWizard->resize(pWizard->size().expandedTo(pWizard->minimumSizeHint()).expandedTo(pWizard->minimumSize()));
+    PlaceWizard(Centred(pWizard->frameGeometry().size()));
     m_pMachineDock->raise();
-    // The wizard takes its page's size after it has opened.
-    m_pRun->Window()->installEventFilter(this);
+    // A page in another language may still want more.
+    pWizard->installEventFilter(this);
 }
 
-void WorkbenchWindow::PlaceBeside()
+QPoint WorkbenchWindow::Centred(QSize wizard) const
 {
     const QRect screen = m_pRun->Window()->screen()->availableGeometry();
-    // It centres itself before it has its page's size; on a small screen that leaves its buttons outside.
-    QRect wizard = m_pRun->Window()->frameGeometry();
-    const QPoint inside(std::max(screen.left(), std::min(wizard.left(), screen.right() - wizard.width())),
-                        std::max(screen.top(), std::min(wizard.top(), screen.bottom() - wizard.height())));
-    if (inside != wizard.topLeft()) {
-        m_pRun->Window()->move(inside);
-        wizard.moveTopLeft(inside);
-    }
-    const QSize panel = m_pMachineDock->sizeHint();
-    m_pMachineDock->resize(panel);
+    return screen.center() - QRect(QPoint(), wizard).center();
+}
+
+// The panel stands to the right, and the wizard makes room for it where the screen has the room.
+void WorkbenchWindow::PlaceWizard(QPoint place)
+{
     constexpr int nGap = 8;
-    int nX = wizard.right() + nGap;
-    if (nX + panel.width() > screen.right()) {
-        nX = wizard.left() - nGap - panel.width();
+    const QRect screen = m_pRun->Window()->screen()->availableGeometry();
+    const QSize wizard = m_pRun->Window()->frameGeometry().size();
+    const QSize panel = m_pMachineDock->frameGeometry().size();
+    const int nMostX = screen.right() + 1 - wizard.width() - nGap - panel.width();
+    const int nMostY = screen.bottom() + 1 - wizard.height();
+    const QPoint inside(std::max(screen.left(), std::min(place.x(), nMostX)),
+                        std::max(screen.top(), std::min(place.y(), nMostY)));
+    if (inside != m_pRun->Window()->pos()) {
+        m_pRun->Window()->move(inside);
     }
-    if (nX < screen.left()) {
-        // No room at all: over the wizard's right edge, where no page has more than its narrow column.
-        nX = screen.right() - panel.width();
-    }
-    m_pMachineDock->move(nX, std::max(screen.top(), std::min(wizard.top(), screen.bottom() - panel.height())));
+    // Where there is no room at all: over the wizard's right edge, where no page has more than its narrow column.
+    m_pMachineDock->move(std::min(inside.x() + wizard.width() + nGap, screen.right() + 1 - panel.width()), inside.y());
 }
 
 void WorkbenchWindow::ShowInside()
@@ -314,8 +319,8 @@ void WorkbenchWindow::ShowInside()
 
 bool WorkbenchWindow::eventFilter(QObject* pObject, QEvent* pEvent)
 {
-    if (m_pRun && pObject == m_pRun->Window() && pEvent->type() == QEvent::Resize) {
-        PlaceBeside();
+    if (m_pRun && pObject == m_pRun->Window() && pEvent->type() == QEvent::Resize && !pEvent->spontaneous()) {
+        PlaceWizard(m_pRun->Window()->pos());
     }
     return QMainWindow::eventFilter(pObject, pEvent);
 }

@@ -78,7 +78,9 @@ private:
     void StartPicture();
     void BeginRun();
     void ShowBeside();
-    void PlaceBeside();
+    QPoint Centred(QSize wizard) const;
+    /// With the machine's panel beside it, and both inside the screen.
+    void PlaceWizard(QPoint place);
     void ShowInside();
     void ConcludeRun(bool bFinished);
     void GiveUpRun(const Failure& failure);
