@@ -125,6 +125,7 @@ TEST_F(Window, AMachineThatIsNotCalibratedShowsNoPicture)
     m_pWindow->Start();
     QTest::qWait(20);
     EXPECT_FALSE(View()->HasPicture());
+    EXPECT_THAT(View()->Placeholder().toStdString(), testing::HasSubstr("not calibrated"));
     EXPECT_FALSE(Find<QLabel>("label_notice")->isVisible()) << "that is no failure";
 }
 
@@ -149,6 +150,7 @@ TEST_F(CalibratedWindow, ShowsThePictureAndTheMillimetresUnderTheMouseAndOfAMark
 TEST_F(CalibratedWindow, ACameraThatGivesNoPictureIsToldUntilItDoes)
 {
     m_pWindow->Start();
+    EXPECT_TRUE(View()->Placeholder().isEmpty()) << "it is calibrated while it waits for its first picture";
     WaitForPicture();
     const auto* const pNotice = Find<QLabel>("label_notice");
     Find<QCheckBox>("checkBox_leftCamera")->setChecked(false);

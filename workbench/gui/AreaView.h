@@ -28,6 +28,7 @@ public:
     bool HasPicture() const { return m_pPicture != nullptr; }
     /// What stands in the middle while there is no picture.
     void SetPlaceholder(const QString& strText);
+    const QString& Placeholder() const { return m_strPlaceholder; }
 
     /// A small cross with its text beside it, both of one size at any zoom.
     void AddMark(const QPointF& pixel, const QString& strText);

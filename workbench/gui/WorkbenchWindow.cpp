@@ -198,11 +198,13 @@ void WorkbenchWindow::Start()
 
 void WorkbenchWindow::StartPicture()
 {
+    m_bCalibrated = false;
     try {
         const InstanceSetup setup = m_session.Setup();
         m_pPoints = std::make_unique<PluginHost>(setup, m_strPlugin);
         const auto pMaker = std::make_shared<PictureMaker>(m_session.Modules(), setup, m_strPlugin);
         RequireCalibration(CalibrationUse::Pictures);
+        m_bCalibrated = true;
         m_pPicture->Start([pMaker](const StageTeller& tell) { return pMaker->Make(tell); });
     } catch (const Failure& failure) {
         ILog_WriteLogF(1, "No work area picture: %s", failure.what());
@@ -213,6 +215,9 @@ void WorkbenchWindow::StartPicture()
 
 QString WorkbenchWindow::Placeholder() const
 {
+    if (m_bCalibrated || m_pRun) {
+        return {};
+    }
     return Wording("This machine is not calibrated yet. Open the calibration wizard: its result is what the work area "
                    "picture is made with.");
 }
@@ -258,7 +263,7 @@ void WorkbenchWindow::BeginRun()
         return;
     }
     m_bOpening = false;
-    m_pView->SetPlaceholder({});
+    m_pView->SetPlaceholder(Placeholder());
     ShowOpenings();
     ShowBusy();
     ShowBeside();

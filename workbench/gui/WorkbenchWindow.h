@@ -113,7 +113,8 @@ private:
     std::function<QString()> m_notice;
     QString m_strFailure; ///< of the live picture, as it was logged last
     bool m_bProblem = false;
-    bool m_bOpening = false; ///< the picture is being stopped for a wizard
+    bool m_bCalibrated = false; ///< the picture can be made
+    bool m_bOpening = false;    ///< the picture is being stopped for a wizard
     Opening m_opening = Opening::Calibration;
     QPointer<WizardRun> m_pRun;
 };
