@@ -344,7 +344,9 @@ void AutoDualCalibrateWdg::UpdateCameraName()
 void AutoDualCalibrateWdg::on_pushButton_confirm_clicked()
 {
     LogClicked("pushButton_confirm");
-    if (!CalibrateCamera(m_vecPts, m_nStepIndex)) {
+    // Whoever closes the host while a notice stands takes this page along; so in the other slots.
+    const QPointer<AutoDualCalibrateWdg> pAlive(this);
+    if (!CalibrateCamera(m_vecPts, m_nStepIndex) || !pAlive) {
         return;
     }
     if (IsLeftStep()) {
@@ -387,7 +389,12 @@ void AutoDualCalibrateWdg::on_pushButton_takePic_clicked()
     ui->pushButton_takePic->setEnabled(false);
     m_bCoordAdded = false;
     UpdateCameraName();
-    m_matImg = SnapOne(m_pCamera, m_strCameraName, g_autoDualSnapshot);
+    const QPointer<AutoDualCalibrateWdg> pAlive(this);
+    const cv::Mat picture = SnapOne(m_pCamera, m_strCameraName, g_autoDualSnapshot);
+    if (!pAlive) {
+        return;
+    }
+    m_matImg = picture;
     const QString strFile =
         GetCalibrationRootPath() + Pipeline::strScratchFolder +
         (IsLeftStep() ? "Temp/DualCamBeforeCalibrate_LeftTemp.bmp" : "Temp/DualCamBeforeCalibrate_RightTemp.bmp");
@@ -401,7 +408,9 @@ void AutoDualCalibrateWdg::on_pushButton_takePic_clicked()
         return;
     }
     if (!KeepPicture(strFile)) {
-        ui->pushButton_takePic->setEnabled(true);
+        if (pAlive) {
+            ui->pushButton_takePic->setEnabled(true);
+        }
         return;
     }
     cv::Mat shown;
@@ -557,8 +566,9 @@ void AutoDualCalibrateWdg::CoordinateToolBarModifySlots()
 {
     const QListWidgetItem* const pItem = SelectedItem();
     if (!pItem) {
+        const QPointer<AutoDualCalibrateWdg> pAlive(this);
         ShowNotice("Please select the cross you want to modify before clicking this button.", "Warning");
-        if (m_pToolBar) {
+        if (pAlive && m_pToolBar) {
             m_pToolBar->SetToolButtonChecked(g_nModify, false);
         }
         return;

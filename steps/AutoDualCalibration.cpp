@@ -111,7 +111,11 @@ bool AutoDualCalibrateWdg::TryCalibrateCamera(std::vector<CalibrationPoint> poin
     const long nOutWidth = 2L * shown.cols;
     const long nOutHeight = 2L * shown.rows;
     // The points are kept and the calibration decides also where some have no place on the surface; this is meant.
+    const QPointer<AutoDualCalibrateWdg> pAlive(this);
     FillWorldCoordinates();
+    if (!pAlive) {
+        return false;
+    }
     QDir().mkpath(GetCalibrationRootPath() + Pipeline::strResultFolder);
     WritePointFile(files.strPoints, marks, "AutoDualCalibrateWdg::SaveCalPtsSeqFile");
 

@@ -21,6 +21,7 @@
 
 #include <QEvent>
 #include <QFile>
+#include <QPointer>
 #include <QTimer>
 
 #include <algorithm>
@@ -164,9 +165,13 @@ void StitchingWdg::on_pushButton_Stitch_clicked()
     ILog_WriteLog(0, "pushButton_takePic was clicked.");
     ui->pushButton_Stitch->setEnabled(false);
     ui->pushButton_confirm->setEnabled(true);
+    // Whoever closes the host while a notice stands takes this page along.
+    const QPointer<StitchingWdg> pAlive(this);
     if (CameraStitch() != 0) {
         ShowNotice("Failed to fusion!");
-        ui->pushButton_Stitch->setEnabled(true);
+        if (pAlive) {
+            ui->pushButton_Stitch->setEnabled(true);
+        }
         ILog_WriteLogF(1, "%s, The function CameraStitch() is faild.", g_pStitchClicked);
         return;
     }
@@ -177,7 +182,9 @@ void StitchingWdg::on_pushButton_Stitch_clicked()
     });
     if (stitched.empty()) {
         ShowNotice("The fusion image is empty!");
-        ui->pushButton_Stitch->setEnabled(true);
+        if (pAlive) {
+            ui->pushButton_Stitch->setEnabled(true);
+        }
         ILog_WriteLogF(1, "%s, The fusion image is empty.", g_pStitchClicked);
         return;
     }
@@ -308,8 +315,11 @@ void StitchingWdg::on_pushButton_confirm_clicked()
 {
     // Worded like this; it is meant.
     ILog_WriteLog(0, "on_pushButton_confirm_clicked was clicken.");
+    const QPointer<StitchingWdg> pAlive(this);
     ShowNotice("Adjusting success!");
-    emit ExitWindowSignal();
+    if (pAlive) {
+        emit ExitWindowSignal();
+    }
 }
 
 void StitchingWdg::on_pushButton_back_clicked()

@@ -15,6 +15,7 @@
 #include <QToolButton>
 
 #include <algorithm>
+#include <functional>
 #include <memory>
 
 namespace
@@ -1410,6 +1411,42 @@ TEST_F(AutoDual, BackFromTheRightStepStartsTheLeftOneAgain)
         << "the picture on show is none of this step";
     Click("pushButton_back");
     EXPECT_EQ(back.size(), 1);
+}
+
+TEST_F(AutoDual, APageThatGoesWhileANoticeStandsIsNotTouched)
+{
+    const auto goesAtNotice = [this](const std::function<void()>& press) {
+        m_answers.OnBox([this](QMessageBox&) { m_pPage.reset(); });
+        press();
+        m_answers.OnBox({});
+        EXPECT_EQ(m_pPage, nullptr);
+        Doubles::The().journal.clear();
+    };
+    const auto invoke = [this](const char* pSlot) {
+        QMetaObject::invokeMethod(m_pPage.get(), pSlot, Qt::DirectConnection);
+    };
+    Open();
+    goesAtNotice([&] { invoke("CoordinateToolBarModifySlots"); });
+
+    g_calibGlobalParam.strLeftCameraName = "[0] Nobody";
+    Open();
+    goesAtNotice([&] { invoke("on_pushButton_takePic_clicked"); });
+    g_calibGlobalParam.strLeftCameraName = "[0] Camera-Left";
+
+    QDir().mkpath(Temp(LEFT_FILE) + "/a folder in the way");
+    Open();
+    goesAtNotice([&] { invoke("on_pushButton_takePic_clicked"); });
+    QDir(Temp(LEFT_FILE)).removeRecursively();
+
+    for (const QList<QPointF>& world : {World(), QList<QPointF>{}}) {
+        Open(1, world);
+        TakePicture();
+        AddCrosses(CROSSES);
+        const std::size_t nBefore = m_answers.Notices().size();
+        goesAtNotice([&] { invoke("on_pushButton_confirm_clicked"); });
+        EXPECT_EQ(m_answers.Notices().size(), nBefore + 1);
+        EXPECT_EQ(Progress("STEPINDEX"), "3");
+    }
 }
 
 TEST_F(AutoDual, CancelAsksForTheWindowToBeClosed)

@@ -419,6 +419,27 @@ TEST_F(Stitching, OkEndsTheRunAfterANotice)
     EXPECT_EQ(ended.size(), 1);
 }
 
+TEST_F(Stitching, APageThatGoesWhileANoticeStandsIsNotTouched)
+{
+    m_answers.OnBox([this](QMessageBox&) { m_pPage.reset(); });
+    const auto goesAt = [this](const char* pSlot) {
+        QMetaObject::invokeMethod(m_pPage.get(), pSlot, Qt::DirectConnection);
+        EXPECT_EQ(m_pPage, nullptr) << pSlot;
+    };
+    Open();
+    goesAt("on_pushButton_Stitch_clicked");
+    WriteFiles();
+    Doubles::The().answers["Save_Image"] = false;
+    Open();
+    goesAt("on_pushButton_Stitch_clicked");
+    EXPECT_EQ(m_answers.Notices().back().strText, "The fusion image is empty!");
+    Open();
+    int nEnded = 0;
+    QObject::connect(m_pPage.get(), &StitchingWdg::ExitWindowSignal, [&] { ++nEnded; });
+    goesAt("on_pushButton_confirm_clicked");
+    EXPECT_EQ(nEnded, 0);
+}
+
 TEST_F(Stitching, BackOpensConfirmEvenBeforeAnyStitching)
 {
     Open();
