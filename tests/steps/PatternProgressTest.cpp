@@ -80,6 +80,15 @@ TEST_F(PatternProgress, OutsideOfTheAutomaticFlowOneCameraSeesTheWholeGrid)
     EXPECT_EQ(ProgressNumber("sizeW"), 30.0);
 }
 
+TEST_F(PatternProgress, OnlyTypeOneStoresTheShareOfOneCamera)
+{
+    MakeShown().SetCameraType(2);
+    Upload();
+    EXPECT_EQ(Progress("RowForSingleCamera"), 2);
+    EXPECT_EQ(Progress("ColForSingleCamera"), 3);
+    EXPECT_EQ(ProgressNumber("sizeW"), 40.0);
+}
+
 TEST_F(PatternProgress, AMaterialsUploadStoresTheListsRowsAndColumns)
 {
     MakeShown();

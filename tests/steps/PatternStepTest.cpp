@@ -211,6 +211,8 @@ TEST_F(PatternStep, TheAutomaticFlowSetsTheStepBarAndTheTexts)
     ChooseSmall();
     Press(*m_pPage, "upload");
     EXPECT_EQ(m_sizes, QList<QSizeF>{QSizeF(40, 40)});
+    ASSERT_EQ(m_host.lines.size(), 6u * 2 + 4);
+    EXPECT_EQ(m_host.lines[2], (Doubles::RecordingHost::Line{-8, 20, 32, 20}));
 }
 
 TEST_F(PatternStep, TheManualFlowSetsTheStepBarAndTheTexts)
@@ -278,6 +280,19 @@ TEST_F(PatternStep, ALanguageChangeInTheAutomaticFlowKeepsTheStepBar)
     EXPECT_EQ(The<QRadioButton>("radioButton_meterialSize").text(), "Meterial Size");
 }
 
+TEST_F(PatternStep, ALanguageChangeInAnyOtherTypeWordsTheStepBarToo)
+{
+    Make().SetCameraType(2);
+    for (const QString& strKey : QStringList{"Next step", "Meterial Size", "Select work area", "Stitch"}) {
+        Doubles::The().wordings[strKey] = "~" + strKey;
+    }
+    ChangeLanguage();
+    EXPECT_EQ(Button(*m_pPage, "confirm").text(), "~Next step");
+    EXPECT_EQ(The<QRadioButton>("radioButton_meterialSize").text(), "~Meterial Size");
+    EXPECT_EQ(StepTexts(*m_pPage).first(), "~Select work area");
+    EXPECT_EQ(StepTexts(*m_pPage).last(), "~Stitch");
+}
+
 TEST_F(PatternStep, ShowingRaisesTheButtonsToTheirTexts)
 {
     Make();
@@ -296,8 +311,11 @@ TEST_F(PatternStep, AnUploadPublishesTheGridAndThenSendsIt)
     ChooseSmall();
     Doubles::The().logLines.clear();
     std::size_t nCallsAtSignal = 99;
-    QObject::connect(m_pPage.get(), &HandEyePicSetWdg::SendFlagSizeSignal,
-                     [&] { nCallsAtSignal = m_host.calls.size(); });
+    qsizetype nGridsAtSignal = 99;
+    QObject::connect(m_pPage.get(), &HandEyePicSetWdg::SendFlagSizeSignal, [&] {
+        nCallsAtSignal = m_host.calls.size();
+        nGridsAtSignal = m_grids.size();
+    });
     bool bUploadEnabled = true;
     m_host.onCommand = [&] { bUploadEnabled = Button(*m_pPage, "upload").isEnabled() || CanGoOn(); };
     Press(*m_pPage, "upload");
@@ -309,6 +327,7 @@ TEST_F(PatternStep, AnUploadPublishesTheGridAndThenSendsIt)
                 ElementsAre("GetDeviceKind()", "GetChannel()", "GetBusy()", "PutMicroLine(0, document, TwoCalib.kv)",
                             "RunCommand(SendCalibrateFile, empty)"));
     EXPECT_EQ(nCallsAtSignal, 1u);
+    EXPECT_EQ(nGridsAtSignal, 1) << "the grid goes out before the size";
     EXPECT_THAT(Doubles::The().journal, ElementsAre("ThreadDialogRun(0, null, 0, Processing...)"));
     EXPECT_NE(m_host.thread, std::this_thread::get_id());
     EXPECT_FALSE(bUploadEnabled);
@@ -517,6 +536,18 @@ TEST_F(PatternStep, AnEmptyGridIsNeverSent)
     // Nor where the task is run past the button.
     EXPECT_EQ(m_pPage->ThreadDialog_ThreadRun(0, nullptr), 1016);
     EXPECT_THAT(m_host.calls, ElementsAre("GetDeviceKind()"));
+}
+
+TEST_F(PatternStep, ARefusedUploadForgetsThePatternOfBefore)
+{
+    MakeShown();
+    ChooseSmall();
+    Press(*m_pPage, "upload");
+    ASSERT_TRUE(CanGoOn());
+    The<QComboBox>("comboBox_models").setCurrentText("Big");
+    Press(*m_pPage, "upload");
+    ASSERT_EQ(m_answers.Notices().size(), 1u);
+    EXPECT_EQ(m_pPage->ThreadDialog_ThreadRun(0, nullptr), 1016);
 }
 
 TEST_F(PatternStep, TheOtherTasksDoNothing)

@@ -182,4 +182,12 @@ TEST_F(WaitStep, ShowingRaisesTheButtonsToTheirTexts)
     EXPECT_EQ(next.minimumWidth(), next.fontMetrics().horizontalAdvance(next.text()));
 }
 
+TEST_F(WaitStep, ShowingLeavesAButtonThatIsWideEnough)
+{
+    WaitDeviceWdg_DualCamera page(1);
+    Button(page, "next").setMinimumWidth(500);
+    page.show();
+    EXPECT_EQ(Button(page, "next").minimumWidth(), 500);
+}
+
 } // namespace

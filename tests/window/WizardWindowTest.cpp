@@ -243,6 +243,19 @@ TEST_F(WizardWindow, TheAutomaticTypeReachesAllPages)
     }
 }
 
+TEST_F(WizardWindow, TheTypeReachesTheLastTwoPagesAsItIsStored)
+{
+    Stored("CAMERA_TYPE", 7);
+    Stored("PROGRESS", 3);
+    Stored("STEPINDEX", 4);
+    MakeStarted();
+    const QString strStitching = m_data.CameraTwo("Result/AutoDualCalibrate_stitch.xml");
+    EXPECT_EQ(ReadIniInt("CAMERA_PARAM", "CAMERA_TYPE", -1, strStitching), 7);
+    EXPECT_EQ(ReadIniInt("CAMERA_PARAM", "AUTO_CALIBRATION", -1, strStitching), 1);
+    EXPECT_EQ(Page(*m_pWindow), COORDINATES);
+    EXPECT_EQ(ReadIniInt("PROGRESS", "STEPINDEX", -1, ProgressFile()), 3) << "only type 1 takes up a stored step";
+}
+
 TEST_F(WizardWindow, InTheManualFlowPatternAndWaitPagesKeepTheirDefaults)
 {
     MakeManual().EnterCoordinateOnly();
@@ -262,6 +275,11 @@ TEST_F(WizardWindow, ATypeThatChangesLaterLeavesThePagesAsTheyAre)
     m_pWindow->nextWdgSlot();
     m_pWindow->nextWdgSlot();
     EXPECT_EQ(Page(*m_pWindow), COORDINATES);
+    // They are told the new one all the same.
+    Stored("CAMERA_TYPE", 5);
+    m_pWindow->ApplyCameraType();
+    EXPECT_EQ(ReadIniInt("CAMERA_PARAM", "CAMERA_TYPE", -1, m_data.CameraTwo("Result/AutoDualCalibrate_stitch.xml")),
+              5);
 }
 
 // ---- pressing through, and the wiring

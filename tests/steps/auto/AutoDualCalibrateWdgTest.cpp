@@ -311,6 +311,17 @@ TEST_F(AutoDual, TheRightStepTellsWhereItIs)
     EXPECT_TRUE(View().HasPendingCross()) << "adding is off until Add is pressed";
 }
 
+TEST_F(AutoDual, TheRightStepBeginsWithAddingOff)
+{
+    Open();
+    TakePicture();
+    AddCrosses(CROSSES);
+    View().SetAddEnabled(true);
+    Click("pushButton_confirm");
+    ASSERT_EQ(Progress("STEPINDEX"), "4");
+    EXPECT_TRUE(View().HasPendingCross());
+}
+
 TEST_F(AutoDual, TheManualFlowHasItsOwnStepsAndMarksTheEmptyLabel)
 {
     Make();
@@ -709,6 +720,32 @@ TEST_F(AutoDual, AFullSetOpensConfirmAndShutsAdd)
     EXPECT_EQ(Ids(), (QList<int>{1, 2, 3, 4, 5, 6}));
 }
 
+TEST_F(AutoDual, AsManyMarksAsTheGridHasCanBeClicked)
+{
+    WriteGrid(7, 9, 7, 5);
+    Open();
+    TakePicture();
+    for (int i = 0; i < 34; ++i) {
+        emit View().AddCrossSignals({10.0 + 12 * (i % 7), 10.0 + 12 * (i / 7)});
+    }
+    EXPECT_FALSE(Confirm().isEnabled());
+    Add({300, 200});
+    EXPECT_EQ(List().count(), 35);
+    EXPECT_TRUE(Confirm().isEnabled());
+    EXPECT_THAT(m_answers.Notices(), IsEmpty());
+}
+
+TEST_F(AutoDual, TheViewAsksForNoMoreMarksThanTheGridHas)
+{
+    Open();
+    TakePicture();
+    AddCrosses(CROSSES);
+    View().SetAddEnabled(true);
+    DoubleClick({300, 300});
+    EXPECT_THAT(m_answers.Notices(), IsEmpty()) << "the page was not asked";
+    EXPECT_EQ(List().count(), CROSSES);
+}
+
 TEST_F(AutoDual, ClicksOutsideThePictureAreRefused)
 {
     Open();
@@ -766,6 +803,19 @@ TEST_F(AutoDual, TheManualFlowTakesNine)
     for (const char* const pFile : {"Output/cameraL_calibrateMap.xml", "Output/cameraR_calibrateMap.xml"}) {
         m_root.WriteFile(m_root.CameraTwo(pFile), "a map");
     }
+    TakePicture();
+    for (int i = 0; i < 9; ++i) {
+        EXPECT_FALSE(Confirm().isEnabled());
+        emit View().AddCrossSignals({10.0 + i, 10.0});
+    }
+    EXPECT_TRUE(Confirm().isEnabled());
+    emit View().AddCrossSignals({30.0, 10.0});
+    EXPECT_EQ(m_answers.OnlyText(), "Coordinate selection reaches the upper limit.");
+}
+
+TEST_F(AutoDual, AnyTypeButOneTakesNine)
+{
+    Open(2);
     TakePicture();
     for (int i = 0; i < 9; ++i) {
         EXPECT_FALSE(Confirm().isEnabled());
@@ -872,6 +922,18 @@ TEST_F(AutoDual, DeletingFromAFullSetLeavesConfirmOpenAndAddShutUntilTheRefresh)
     Show();
     EXPECT_TRUE(Tool("toolButton_Add").isEnabled());
     EXPECT_TRUE(Confirm().isEnabled());
+}
+
+TEST_F(AutoDual, AFullSetHasAddingOffAtEveryRefresh)
+{
+    Open();
+    TakePicture();
+    AddCrosses(CROSSES);
+    View().SetAddEnabled(true);
+    m_pPage->hide();
+    Show();
+    EXPECT_TRUE(View().HasPendingCross());
+    EXPECT_FALSE(Tool("toolButton_Add").isEnabled());
 }
 
 TEST_F(AutoDual, CrossesAndRowsAreSelectedTogether)
@@ -1169,7 +1231,15 @@ TEST_F(AutoDual, TheRightCameraEndsThePage)
                 ElementsAre("RightPtsRearrange(1,2,3,4,5,6, 2x5)", std::string("Read_Image(") + RIGHT_FILE + ")",
                             "ConvertRGBToGray(24)", "SingleCamCalibration(501x401 8 to 1002x802)",
                             "SaveCalibrationParam(Result/R_AutoDualCalibrate.xml record 29)"));
-    EXPECT_EQ(Doubles::The().calibrated[0].fImageX, static_cast<float>(places[0].x())) << "no turn";
+    const std::vector<CalibrationPoint>& points = Doubles::The().calibrated;
+    ASSERT_EQ(points.size(), static_cast<std::size_t>(CROSSES));
+    for (int i = 0; i < CROSSES; ++i) {
+        const CalibrationPoint& point = points[static_cast<std::size_t>(i)];
+        EXPECT_EQ(point.fImageX, static_cast<float>(places[i].x())) << "no turn";
+        EXPECT_EQ(point.fImageY, static_cast<float>(places[i].y()));
+        EXPECT_EQ(point.fWorldX, static_cast<float>(100 + 50 * (i % 5)));
+        EXPECT_EQ(point.fWorldY, static_cast<float>(200 + 40 * (i / 5)));
+    }
     EXPECT_TRUE(QFile::exists(Result("RightCalPts.txt")));
     EXPECT_EQ(Param(Result("RightCameraParam.ini"), "AUTO_CALIBRATION"), "1");
     EXPECT_EQ(next.size(), 1);
@@ -1411,6 +1481,21 @@ TEST_F(AutoDual, BackFromTheRightStepStartsTheLeftOneAgain)
         << "the picture on show is none of this step";
     Click("pushButton_back");
     EXPECT_EQ(back.size(), 1);
+}
+
+TEST_F(AutoDual, GoingBackLeavesNoPictureOfTheOtherCamera)
+{
+    Open();
+    FinishLeft();
+    TakePicture();
+    Click("pushButton_back");
+    for (int i = 0; i < CROSSES; ++i) {
+        emit View().AddCrossSignals({0, 0});
+    }
+    ASSERT_EQ(List().count(), CROSSES) << "the corner is in range of an empty picture, too";
+    Doubles::The().journal.clear();
+    Click("pushButton_confirm");
+    EXPECT_THAT(Doubles::The().journal, Contains("SingleCamCalibration(501x401 8 to 0x0)"));
 }
 
 TEST_F(AutoDual, APageThatGoesWhileANoticeStandsIsNotTouched)
