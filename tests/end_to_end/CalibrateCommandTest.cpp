@@ -108,6 +108,10 @@ TEST_F(CalibrateCommand, ARunThatIsKilledAtEveryStepIsResumedEachTimeAndEndsRigh
     }
     const WorkbenchRun run = RunWorkbench(Words(), m_folder.path());
     EXPECT_EQ(run.nExitCode, 0) << qPrintable(run.strOutput) << qPrintable(run.strError);
+    // What was done before the last of them is not done again.
+    for (const char* pStep : {"Choosing the work area", "Engraving the pattern", "Calibrating the left camera"}) {
+        EXPECT_FALSE(run.strOutput.contains(pStep)) << pStep << ": " << qPrintable(run.strOutput);
+    }
     ExpectMeasuresKept();
 }
 
