@@ -269,6 +269,31 @@ TEST_F(AutoDual, StartsWithNothingToConfirmAndBothTitlesWritten)
     EXPECT_TRUE(View().viewport()->hasMouseTracking());
 }
 
+TEST_F(AutoDual, HasItsFormsTree)
+{
+    Make();
+    EXPECT_EQ(m_pPage->objectName(), "AutoDualCalibrateWdg");
+    ExpectTree(*m_pPage,
+               {{"AutoDualCalibrateWdg", {"widget", "widget_buttom"}},
+                {"widget", {"widget_view", "widget_right"}},
+                {"widget_view", {"graphicsView"}},
+                {"widget_right", {"widget_3", "widget_2"}},
+                {"widget_3", {"label_coorAlignment", "pushButton_takePic", "listWidget_Coord", "label_Coord"}},
+                {"widget_2", {"label_tips", "label", "plainTextEdit"}},
+                {"widget_buttom", BOTTOM_ROW}},
+               {"verticalLayout_4", "horizontalLayout_5", "verticalLayout_5", "verticalLayout_3", "verticalLayout_2",
+                "horizontalLayout_4", "horizontalLayout_2", "verticalLayout", "horizontalLayout_3", "horizontalLayout",
+                "horizontalLayout_8"});
+}
+
+TEST_F(AutoDual, BelongsToTheAutomaticFlowUntilItIsTold)
+{
+    WriteIniInt("PROGRESS", "STEPINDEX", 4, ProgressFile());
+    Make();
+    Show();
+    EXPECT_EQ(Progress("STEPINDEX"), "4") << "only that flow takes up a stored step";
+}
+
 TEST_F(AutoDual, TheToolBarIsAFramelessPartOfTheViewThatDeletesItself)
 {
     Make();

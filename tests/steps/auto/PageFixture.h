@@ -17,6 +17,7 @@
 #include <opencv2/core.hpp>
 
 #include <QLabel>
+#include <QLayout>
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
@@ -48,6 +49,27 @@ protected:
         EXPECT_THAT(g_listLoadedModules, testing::IsEmpty());
         g_calibGlobalParam = CalibGlobalParam();
     }
+
+    /// The object names, which themes know, of what stands in each widget.
+    static void ExpectTree(const QWidget& page, const std::vector<std::pair<const char*, QStringList>>& rows,
+                           const QStringList& layouts)
+    {
+        for (const auto& [pParent, expected] : rows) {
+            const QWidget& parent = page.objectName() == pParent ? page : Child<QWidget>(page, pParent);
+            QStringList children;
+            for (const QWidget* const pChild : parent.findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly)) {
+                children << pChild->objectName();
+            }
+            EXPECT_EQ(children, expected) << pParent;
+        }
+        for (const QString& strLayout : layouts) {
+            EXPECT_TRUE(page.findChild<QLayout*>(strLayout)) << strLayout.toStdString();
+        }
+    }
+    inline static const QStringList BOTTOM_ROW{"toolButton_Step1", "label_Step1",        "toolButton_Step2",
+                                               "label_Step2",      "toolButton_Step3",   "label_Step3",
+                                               "toolButton_Step4", "label_Step4",        "toolButton_Step5",
+                                               "pushButton_back",  "pushButton_confirm", "pushButton_cancel"};
 
     static QString Enable(QWidget& page, const char* pName)
     {

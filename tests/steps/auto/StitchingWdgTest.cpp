@@ -116,6 +116,22 @@ TEST_F(Stitching, StartsWithAHintAndNothingToConfirm)
     EXPECT_EQ(m_module.HandedOut(), 1);
 }
 
+TEST_F(Stitching, HasItsFormsTree)
+{
+    Open();
+    EXPECT_EQ(m_pPage->objectName(), "StitchingWdg");
+    ExpectTree(*m_pPage,
+               {{"StitchingWdg", {"widget", "widget_buttom"}},
+                {"widget", {"widget_view", "widget_right"}},
+                {"widget_view", {"graphicsView"}},
+                {"widget_right", {"widget_3"}},
+                {"widget_3", {"label_Stitch", "plainTextEdit", "pushButton_Stitch"}},
+                {"widget_buttom", BOTTOM_ROW}},
+               {"verticalLayout", "horizontalLayout_5", "verticalLayout_5", "verticalLayout_3", "verticalLayout_2",
+                "horizontalLayout_4", "verticalLayout_4", "horizontalLayout_2", "horizontalLayout",
+                "horizontalLayout_8"});
+}
+
 TEST_F(Stitching, TheAutomaticFlowHasAllStepsDone)
 {
     Open();
