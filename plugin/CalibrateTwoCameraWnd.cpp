@@ -14,6 +14,7 @@
 #include <QDir>
 #include <QEvent>
 #include <QFile>
+#include <QLayout>
 #include <QPointer>
 
 #include <algorithm>
@@ -37,6 +38,8 @@ CalibrateTwoCameraWnd::CalibrateTwoCameraWnd(QWidget* pParent, IDeviceHost* pHos
     : QMainWindow(pParent), ui(new Ui::CalibrateTwoCameraWnd), m_pDeviceHost(pHost)
 {
     ui->setupUi(this);
+    // A least size from the host's style sheet is where the window starts; a page whose texts need more still gets it.
+    layout()->setSizeConstraint(QLayout::SetMinimumSize);
     RetranslateTitle();
     setWindowFlags(windowFlags() & ~(Qt::WindowCloseButtonHint | Qt::WindowMinMaxButtonsHint));
     InitPages();

@@ -57,6 +57,17 @@ TEST_F(WizardWindow, HasItsNameTitleSizeAndNoWayOutInTheTitleBar)
     EXPECT_EQ(window.centralWidget(), nullptr);
 }
 
+TEST_F(WizardWindow, StartsAtTheSizeOfTheStyleSheetAndGrowsWithAPageThatNeedsMore)
+{
+    qApp->setStyleSheet("CalibrateTwoCameraWnd { min-width: 1120px; min-height: 640px; }");
+    MakeStarted();
+    EXPECT_EQ(m_pWindow->size(), QSize(1120, 640));
+    m_pWindow->centralWidget()->setMinimumWidth(1300);
+    QCoreApplication::processEvents();
+    qApp->setStyleSheet({});
+    EXPECT_GE(m_pWindow->width(), 1300);
+}
+
 TEST_F(WizardWindow, SignalsAndSlotsStandInTheirOrder)
 {
     const QMetaObject& meta = CalibrateTwoCameraWnd::staticMetaObject;
