@@ -80,6 +80,17 @@ TEST_F(PatternProgress, OutsideOfTheAutomaticFlowOneCameraSeesTheWholeGrid)
     EXPECT_EQ(ProgressNumber("sizeW"), 30.0);
 }
 
+TEST_F(PatternProgress, TheShareOfOneCameraHasRowsAndColumnsOfItsOwn)
+{
+    m_types.Write(R"({"Small": {"S1": {"Row": 3, "Col": 5, "RowForSingleCamera": 2, "ColForSingleCamera": 4}}})");
+    MakeShown().SetCameraType(1);
+    Upload();
+    EXPECT_EQ(Progress("Row"), 3);
+    EXPECT_EQ(Progress("Col"), 5);
+    EXPECT_EQ(Progress("RowForSingleCamera"), 2);
+    EXPECT_EQ(Progress("ColForSingleCamera"), 4);
+}
+
 TEST_F(PatternProgress, OnlyTypeOneStoresTheShareOfOneCamera)
 {
     MakeShown().SetCameraType(2);

@@ -121,6 +121,18 @@ TEST_F(WaitStep, TheManualFlowSetsTheStepBar)
     EXPECT_TRUE(Child<QToolButton>(page, "toolButton_Step4").isVisible());
 }
 
+TEST_F(WaitStep, TheStepBarIsPolishedAnew)
+{
+    const RecordingStyle::Installed style;
+    WaitDeviceWdg_DualCamera page(1);
+    page.show();
+    const std::size_t nButtons = style->NamedSteps("toolButton_Step").size();
+    const std::size_t nLabels = style->NamedSteps("label_Step").size();
+    page.SetCameraType(1);
+    EXPECT_EQ(style->NamedSteps("toolButton_Step").size() - nButtons, 10u);
+    EXPECT_EQ(style->NamedSteps("label_Step").size() - nLabels, 8u);
+}
+
 TEST_F(WaitStep, ALanguageChangeWordsThePageAnew)
 {
     WaitDeviceWdg_DualCamera page(1);

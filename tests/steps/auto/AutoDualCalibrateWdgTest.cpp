@@ -2,6 +2,7 @@
 
 #include "DualCoordinateToolBar.h"
 #include "PageFixture.h"
+#include "RecordingStyle.h"
 
 #include <opencv2/imgcodecs.hpp>
 
@@ -334,6 +335,23 @@ TEST_F(AutoDual, TheRightStepTellsWhereItIs)
     EXPECT_EQ(Label("label_coorAlignment"), "Get Right Coords");
     EXPECT_TRUE(Instructions().contains("exactly 6 coordinates"));
     EXPECT_TRUE(View().HasPendingCross()) << "adding is off until Add is pressed";
+}
+
+TEST_F(AutoDual, TheStepBarIsPolishedAnewWhereItChanges)
+{
+    const RecordingStyle::Installed style;
+    Open();
+    const std::size_t nLabel = style->NamedSteps("label_Step3").size();
+    const std::size_t nButton = style->NamedSteps("toolButton_Step4").size();
+    FinishLeft();
+    const auto since = [&](const char* pName, std::size_t nBefore) {
+        std::vector<std::string> steps = style->NamedSteps(pName);
+        steps.erase(steps.begin(), steps.begin() + static_cast<long>(nBefore));
+        return steps;
+    };
+    EXPECT_THAT(since("label_Step3", nLabel), ElementsAre("unpolish label_Step3", "polish label_Step3"));
+    EXPECT_THAT(since("toolButton_Step4", nButton),
+                ElementsAre("unpolish toolButton_Step4", "polish toolButton_Step4"));
 }
 
 TEST_F(AutoDual, TheRightStepBeginsWithAddingOff)

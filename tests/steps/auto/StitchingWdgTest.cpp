@@ -2,6 +2,7 @@
 
 #include "PageFixture.h"
 #include "PointFiles.h"
+#include "RecordingStyle.h"
 
 #include <opencv2/imgcodecs.hpp>
 
@@ -145,6 +146,15 @@ TEST_F(Stitching, TheAutomaticFlowHasAllStepsDone)
     EXPECT_EQ(Get<QToolButton>("toolButton_Step5").text(), "Stitch");
     EXPECT_EQ(StitchParam("CAMERA_TYPE"), "1");
     EXPECT_EQ(StitchParam("AUTO_CALIBRATION"), "1");
+}
+
+TEST_F(Stitching, TheStepBarIsPolishedAnew)
+{
+    const RecordingStyle::Installed style;
+    Open();
+    const std::size_t nButtons = style->NamedSteps("toolButton_Step").size();
+    m_pPage->SetCameraType(1);
+    EXPECT_EQ(style->NamedSteps("toolButton_Step").size() - nButtons, 10u);
 }
 
 TEST_F(Stitching, AnyTypeButZeroIsAutomatic)
