@@ -54,8 +54,11 @@ OperatorScript ReadOperatorScript(const QString& strFile)
     }
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &error);
-    if (!document.isObject()) {
+    if (error.error != QJsonParseError::NoError) {
         throw Failure(QString("The operator script %1 is not a JSON object: %2.").arg(strFile, error.errorString()));
+    }
+    if (!document.isObject()) {
+        throw Failure(QString("The operator script %1 is no JSON object.").arg(strFile));
     }
     const QJsonObject object = document.object();
     OperatorScript script;

@@ -16,6 +16,7 @@ namespace
 
 using testing::AllOf;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using namespace Workbench;
 
@@ -63,7 +64,7 @@ TEST_F(ScriptFile, EveryDamageIsNamedWithTheFile)
     EXPECT_THAT(ProblemOf(QString::fromStdString(strMissing)),
                 AllOf(HasSubstr("cannot be read"), HasSubstr(strMissing)));
     EXPECT_THAT(ProblemOf(Write("")), HasSubstr("not a JSON object"));
-    EXPECT_THAT(ProblemOf(Write("[1, 2]")), HasSubstr("not a JSON object"));
+    EXPECT_THAT(ProblemOf(Write("[1, 2]")), EndsWith("is no JSON object."));
     EXPECT_THAT(ProblemOf(Write("\x7f\x45LF\x01")), HasSubstr("not a JSON object"));
     EXPECT_THAT(ProblemOf(Write(R"({"left": [[1, 2]]})")), HasSubstr("no points under \"right\""));
     EXPECT_THAT(ProblemOf(Write(R"({"left": [], "right": [[1, 2]]})")), HasSubstr("no points under \"left\""));
