@@ -1,5 +1,6 @@
 #include "Machine.h"
 
+#include "ChartPainter.h"
 #include "MachineImpl.h"
 #include "Material.h"
 #include "SeededNoise.h"
@@ -55,6 +56,31 @@ cv::Mat TraceSurface(const CameraModel& model)
     return surface;
 }
 
+/// Light that the lens lets through, 1 in the middle.
+class ShadeOfLens
+{
+public:
+    explicit ShadeOfLens(const MountedCamera& camera)
+        : m_middle(static_cast<float>(camera.model.GetLens().cx), static_cast<float>(camera.model.GetLens().cy)),
+          m_cornerLoss(camera.cornerLoss)
+    {
+        const cv::Size size = camera.model.PictureSize();
+        m_halfDiagonal = 0.5f * std::hypot(static_cast<float>(size.width), static_cast<float>(size.height));
+    }
+
+    float At(int x, int y) const
+    {
+        const float radius =
+            std::hypot(static_cast<float>(x) - m_middle.x, static_cast<float>(y) - m_middle.y) / m_halfDiagonal;
+        return 1.0f / (1.0f + m_cornerLoss * radius * radius * (1.0f + 0.5f * radius * radius));
+    }
+
+private:
+    cv::Point2f m_middle;
+    float m_cornerLoss;
+    float m_halfDiagonal;
+};
+
 } // namespace
 
 std::vector<cv::Point2d> CrossGrid::PointsMm() const
@@ -94,9 +120,7 @@ void Machine::Impl::PrepareClean(MountedCamera& camera) const
     }
     const Material material(Mix(nSeed, nSheets), BedOf(kind));
     const cv::Size size = camera.model.PictureSize();
-    const cv::Point2f middle(static_cast<float>(camera.model.GetLens().cx),
-                             static_cast<float>(camera.model.GetLens().cy));
-    const float halfDiagonal = 0.5f * std::hypot(static_cast<float>(size.width), static_cast<float>(size.height));
+    const ShadeOfLens shadeOfLens(camera);
     camera.clean.create(size, CV_16UC3);
     cv::parallel_for_(cv::Range(0, size.height), [&](const cv::Range& rows) {
         for (int y = rows.start; y < rows.end; ++y) {
@@ -113,10 +137,7 @@ void Machine::Impl::PrepareClean(MountedCamera& camera) const
                 if (mmPerPx > 0.0f && std::isfinite(mmPerPx)) {
                     colour = material.ColourAt(pSurface[x], mmPerPx);
                 }
-                const float radius =
-                    std::hypot(static_cast<float>(x) - middle.x, static_cast<float>(y) - middle.y) / halfDiagonal;
-                const float shade =
-                    1.0f / (1.0f + camera.cornerLoss * radius * radius * (1.0f + 0.5f * radius * radius));
+                const float shade = shadeOfLens.At(x, y);
                 for (int i = 0; i < 3; ++i) {
                     const float level = colour[i] * camera.gain[i] * shade;
                     pClean[x][i] = cv::saturate_cast<std::uint16_t>(level * kCleanUnits);
@@ -219,6 +240,16 @@ MicroLineReading Machine::EngraveMicroLine(const MicroLineDocument& document)
     return reading;
 }
 
+void Machine::HoldChart(const HeldChart& chart)
+{
+    m_pImpl->chart = chart;
+}
+
+void Machine::TakeChartAway()
+{
+    m_pImpl->chart.reset();
+}
+
 void Machine::SetLight(double dShare)
 {
     m_pImpl->lamp = std::isfinite(dShare) ? static_cast<float>(std::clamp(dShare, 0.0, 4.0)) : 1.0f;
@@ -237,12 +268,16 @@ cv::Mat Machine::Snap(Side side)
     const std::uint64_t nFrame = Mix(camera.nNoiseSeed, camera.nSnaps++);
     const float lamp = m_pImpl->lamp;
     NormalFrom12Bits(0); // builds its table before the threads start
+    const std::optional<ChartPainter> painter =
+        m_pImpl->chart ? std::make_optional<ChartPainter>(camera.model, *m_pImpl->chart) : std::nullopt;
+    const ShadeOfLens shadeOfLens(camera);
     cv::Mat picture(camera.clean.size(), CV_8UC3);
     cv::parallel_for_(cv::Range(0, picture.rows), [&](const cv::Range& rows) {
         for (int y = rows.start; y < rows.end; ++y) {
             const auto* pClean = camera.clean.ptr<cv::Vec3w>(y);
             const auto* pCoverage = camera.coverage.empty() ? nullptr : camera.coverage.ptr<std::uint16_t>(y);
             const auto* pSurface = camera.surfaceMm.ptr<cv::Point2f>(y);
+            const auto* pBelow = camera.surfaceMm.ptr<cv::Point2f>(y + 1 < picture.rows ? y + 1 : y - 1);
             auto* pPicture = picture.ptr<cv::Vec3b>(y);
             const std::uint64_t nRow = static_cast<std::uint64_t>(y) * static_cast<std::uint64_t>(picture.cols);
             for (int x = 0; x < picture.cols; ++x) {
@@ -250,9 +285,20 @@ cv::Mat Machine::Snap(Side side)
                 if (pCoverage != nullptr && pCoverage[x] != 0) {
                     light -= (1.0f - material.CharAt(pSurface[x])) * static_cast<float>(pCoverage[x]) / 65535.0f;
                 }
+                cv::Vec3f clean(pClean[x]);
+                if (painter) {
+                    const int nNext = x + 1 < picture.cols ? x + 1 : x - 1;
+                    const ChartPainter::Cover cover = painter->At(pSurface[x], pSurface[nNext], pBelow[x]);
+                    if (cover.share > 0.0f) {
+                        clean *= light;
+                        light = 1.0f;
+                        const float shade = shadeOfLens.At(x, y) * kCleanUnits;
+                        clean += cover.share * (cover.colour.mul(camera.gain) * shade - clean);
+                    }
+                }
                 std::uint64_t nBits = Mix(nFrame + nRow + static_cast<std::uint64_t>(x));
                 for (int i = 0; i < 3; ++i, nBits >>= 16) {
-                    const float level = lamp * (light * static_cast<float>(pClean[x][i]) / kCleanUnits);
+                    const float level = lamp * (light * clean[i] / kCleanUnits);
                     const float sigma = std::sqrt(kReadVariance + kShotVariancePerLevel * level);
                     const float noisy = level + sigma * NormalFrom12Bits(static_cast<unsigned>(nBits));
                     pPicture[x][i] = static_cast<std::uint8_t>(std::clamp(noisy + 0.5f, 0.0f, 255.0f));

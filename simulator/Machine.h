@@ -45,6 +45,8 @@ struct CrossGrid {
     std::vector<cv::Point2d> PointsMm() const;
 };
 
+struct HeldChart;
+
 /// What came of a pattern document.
 struct MicroLineReading {
     std::size_t nSegments = 0; ///< segments read
@@ -84,6 +86,10 @@ public:
     void EngraveCrossGrid();
     /// What a machine does with a pattern that it was sent: engraves all of it that can be read and lies on the bed.
     MicroLineReading EngraveMicroLine(const MicroLineDocument& document);
+
+    /// A chart of discs in an operator's hand between cameras and bed, until it is taken away. Both cameras see it.
+    void HoldChart(const HeldChart& chart);
+    void TakeChartAway();
 
     /// How bright the light over the bed is: 1 as built, 0 dark. Held to 0 to 4; what is no number counts as 1.
     void SetLight(double dShare);

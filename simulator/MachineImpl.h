@@ -4,6 +4,7 @@
 
 #include "CameraModel.h"
 #include "Engraving.h"
+#include "HeldChart.h"
 #include "Machine.h"
 
 namespace Simulator
@@ -36,6 +37,7 @@ struct Machine::Impl {
     Kind kind;
     std::uint64_t nSeed;
     std::uint64_t nSheets = 0;
+    std::optional<HeldChart> chart;
     float lamp = 1.0f; ///< share of the light that is on
     Engraving engraving;
     MountedCamera left;
