@@ -108,9 +108,30 @@ std::vector<double> DiscRadii(const std::vector<Disc>& discs, const LatticeModel
     return radii;
 }
 
-/// Takes the bias off the centres and judges how flat the lattice is.
-Attempt Measure(FoundChart chart, const cv::Size& board, const cv::Size& picture)
+/// Whether the lattice has most of a row or column more than the chart. Asked of the full picture, where discs show
+/// that the threshold of this try did not.
+bool GoesOn(const cv::Mat& grey, const std::vector<Disc>& discs, const LatticeModel& model, const cv::Size& board)
 {
+    const auto more = [&](const cv::Point& first, const cv::Point& along, const cv::Point& outward, int nLength) {
+        int nSeen = 0;
+        for (int k = 0; k < nLength; ++k) {
+            const cv::Point inside = first + k * along;
+            const Disc& beside = discs[static_cast<std::size_t>(inside.y) * static_cast<std::size_t>(board.width) +
+                                       static_cast<std::size_t>(inside.x)];
+            const cv::Point2d step =
+                model.PixelFromLattice(cv::Point2d(inside + outward)) - model.PixelFromLattice(cv::Point2d(inside));
+            nSeen += RefineDisc(grey, {beside.centre + step, beside.axes}) ? 1 : 0;
+        }
+        return 5 * nSeen > 2 * nLength;
+    };
+    return more({0, 0}, {1, 0}, {0, -1}, board.width) || more({0, board.height - 1}, {1, 0}, {0, 1}, board.width) ||
+           more({0, 0}, {0, 1}, {-1, 0}, board.height) || more({board.width - 1, 0}, {0, 1}, {1, 0}, board.height);
+}
+
+/// Takes the bias off the centres and judges how flat the lattice is.
+Attempt Measure(FoundChart chart, const cv::Size& board, const cv::Mat& grey)
+{
+    const cv::Size picture = grey.size();
     chart.centres.clear();
     for (const Disc& disc : chart.discs) {
         chart.centres.push_back(disc.centre);
@@ -144,6 +165,9 @@ Attempt Measure(FoundChart chart, const cv::Size& board, const cv::Size& picture
     if (!(chart.dRmsPx <= limit) || !(std::sqrt(largest) <= g_dLargestOutlier * limit)) {
         return Refused(Stage::NotFlat, "not a lattice: the discs are " + Words(chart.dRmsPx) +
                                            " px rms off a flat one, at most " + Words(limit) + " is accepted");
+    }
+    if (GoesOn(grey, chart.discs, *model, board)) {
+        return Refused(Stage::TooLarge, "not a lattice of " + Words(board) + ": the one that is seen is larger");
     }
     Attempt attempt;
     attempt.eStage = Stage::Found;
@@ -202,7 +226,7 @@ Attempt Try(const cv::Mat& grey, const cv::Mat& reduced, const std::vector<Disc>
         }
         chart.discs.push_back(*refined);
     }
-    return Measure(std::move(chart), board, grey.size());
+    return Measure(std::move(chart), board, grey);
 }
 
 cv::Mat Grey(const cv::Mat& picture)
