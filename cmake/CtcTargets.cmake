@@ -46,9 +46,10 @@ function(ctc_module name)
     target_link_options(${name} PRIVATE -Wl,--no-undefined)
 endfunction()
 
-# ctc_test(name SOURCES ... LIBS ... [TIMEOUT s]): a test program, registered with ctest.
+# ctc_test(name SOURCES ... LIBS ... [TIMEOUT s] [LONG]): a test program, registered with ctest. LONG ones calibrate many
+# machines; the sanitizer run of ./check leaves them out, since what they call is called by others too.
 function(ctc_test name)
-    cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBS" ${ARGN})
+    cmake_parse_arguments(ARG "LONG" "TIMEOUT" "SOURCES;LIBS" ${ARGN})
     if(NOT ARG_TIMEOUT)
         set(ARG_TIMEOUT 600)
     endif()
@@ -64,6 +65,9 @@ function(ctc_test name)
         target_sources(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests/support/VisibleThreads.cpp)
         target_link_libraries(${name} PRIVATE opencv_core)
         set(sanitizer "TSAN_OPTIONS=suppressions='${CMAKE_SOURCE_DIR}/scripts/tsan.supp'")
+    endif()
+    if(ARG_LONG)
+        set_tests_properties(${name} PROPERTIES LABELS long)
     endif()
     # The log of a test is not the user's.
     set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT
