@@ -4,7 +4,11 @@
 set -euo pipefail
 ctc_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
-ctc_say() { printf '%s\n' "-- $*" >&2; }
+export ctc_start=${ctc_start:-$(date +%s)}
+ctc_say() {
+    local seconds=$(($(date +%s) - ctc_start))
+    printf -- '-- %d:%02d %s\n' $((seconds / 60)) $((seconds % 60)) "$*" >&2
+}
 
 # ctc_install_packages [check]: with the word, also what is so marked in the list
 ctc_install_packages() {
