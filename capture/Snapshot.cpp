@@ -4,6 +4,7 @@
 #include "Log.h"
 #include "Notice.h"
 
+#include <QPointer>
 #include <QRegularExpression>
 
 #include <algorithm>
@@ -147,12 +148,25 @@ void Report(const SnapshotRow& row, const Failure& failure, const std::string& s
     ShowNotice(failure.pNotice);
 }
 
-void Close(ICameraDevice& camera, CloseCall call, const std::string& strTarget)
+/// A page's camera, for as long as the page lives.
+class PageCamera
 {
-    if (call != CloseCall::None) {
-        camera.CloseCamera(call == CloseCall::Target ? strTarget.c_str() : nullptr);
+public:
+    PageCamera(ICameraDevice& camera, QObject* pPage) : m_camera(camera), m_pPage(pPage), m_bOfPage(pPage) {}
+
+    void Close(CloseCall call, const std::string& strTarget)
+    {
+        const bool bGone = m_bOfPage && !m_pPage;
+        if (call != CloseCall::None && !bGone) {
+            m_camera.CloseCamera(call == CloseCall::Target ? strTarget.c_str() : nullptr);
+        }
     }
-}
+
+private:
+    ICameraDevice& m_camera;
+    QPointer<QObject> m_pPage;
+    bool m_bOfPage;
+};
 
 bool SnapInThreeTries(ICameraDevice& camera, cv::Mat& picture, const char* pName)
 {
@@ -171,7 +185,7 @@ ICameraDevice* LoadCamera()
     return static_cast<ICameraDevice*>(LoadModule("Camera", true, nullptr));
 }
 
-cv::Mat SnapOne(ICameraDevice* pCamera, const QString& cameraName, const SnapshotRow& row)
+cv::Mat SnapOne(ICameraDevice* pCamera, const QString& cameraName, const SnapshotRow& row, QObject* pPage)
 {
     cv::Mat picture;
     if (!pCamera || cameraName == "None" || cameraName.isEmpty()) {
@@ -189,12 +203,13 @@ cv::Mat SnapOne(ICameraDevice* pCamera, const QString& cameraName, const Snapsho
         return picture;
     }
     const std::string strTarget = DeviceName(*pListed);
+    PageCamera camera(*pCamera, pPage);
 
     if (pCamera->OpenCamera(strTarget.c_str()) != 0) {
         if (row.bReportsFailures) {
             Report(row, g_openFailed, strTarget);
         }
-        Close(*pCamera, row.afterFailedOpen, strTarget);
+        camera.Close(row.afterFailedOpen, strTarget);
         return picture;
     }
     if (row.bAutoExposure) {
@@ -205,13 +220,13 @@ cv::Mat SnapOne(ICameraDevice* pCamera, const QString& cameraName, const Snapsho
         if (row.bReportsParameters) {
             Report(row, g_parametersRefused, strTarget);
         }
-        Close(*pCamera, row.afterRefusedParameters, strTarget);
+        camera.Close(row.afterRefusedParameters, strTarget);
         return picture;
     }
     const bool bSnapped = SnapInThreeTries(*pCamera, picture, row.bSnapsByName ? strTarget.c_str() : nullptr);
     if (!bSnapped && row.bReportsFailures) {
         Report(row, g_noPhoto, strTarget);
     }
-    Close(*pCamera, row.atEnd, strTarget);
+    camera.Close(row.atEnd, strTarget);
     return picture;
 }

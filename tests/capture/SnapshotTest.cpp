@@ -176,6 +176,21 @@ TEST_P(SnapshotOfEachPage, AnEmptyListIsReportedWithAnEmptyText)
     }
 }
 
+TEST_P(SnapshotOfEachPage, APageThatIsDeletedDuringTheNoticeTookItsCameraAlong)
+{
+    if (Is("FusionWdg")) {
+        GTEST_SKIP() << "shows no notice";
+    }
+    m_pCamera->Answer("OpenCamera", 1);
+    auto pPage = std::make_unique<QObject>();
+    m_answers.OnBox([&](QMessageBox&) { pPage.reset(); });
+
+    EXPECT_TRUE(SnapOne(m_pDevice, LeftOf(Row()), Row(), pPage.get()).empty());
+
+    EXPECT_THAT(m_answers.Notices(), SizeIs(1));
+    EXPECT_EQ(m_pCamera->Count("CloseCamera"), 0);
+}
+
 TEST_P(SnapshotOfEachPage, ACameraThatDoesNotOpenIsReportedAndClosedAsThePageDoes)
 {
     m_pCamera->Answer("OpenCamera", 1);
