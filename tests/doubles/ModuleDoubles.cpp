@@ -13,6 +13,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <fstream>
 #include <mutex>
 #include <numeric>
 
@@ -370,6 +371,29 @@ bool LoadHomography(const std::string& file, cv::Mat& homography)
     if (bOk) {
         homography = Doubles::The().homography.clone();
     }
+    return bOk;
+}
+
+/// Writes the first number of the matrix.
+bool SaveHomography(const std::string& path, const cv::Mat& homography)
+{
+    const std::string strMatrix =
+        homography.empty() ? "empty" : std::to_string(static_cast<int>(homography.at<double>(0, 0)));
+    const bool bOk = Call("SaveHomography", Folder(path) + " " + strMatrix);
+    if (bOk) {
+        std::ofstream(path) << strMatrix;
+    }
+    return bOk;
+}
+
+bool CreateHomography(const std::vector<cv::Point2f>& source, const std::vector<cv::Point2f>& target,
+                      cv::Mat& homography, double& error, const double& threshold, const int& iterations,
+                      const double& confidence)
+{
+    std::vector<Doubles::Fit>& fits = Doubles::The().fits;
+    fits.push_back({source, target, error, threshold, confidence, iterations});
+    const bool bOk = Call("CreateHomography", "");
+    homography = bOk ? cv::Mat(static_cast<double>(fits.size()) * cv::Mat::eye(3, 3, CV_64F)) : cv::Mat();
     return bOk;
 }
 

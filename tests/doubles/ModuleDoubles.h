@@ -19,6 +19,13 @@
 namespace Doubles
 {
 
+/// What one CreateHomography was given.
+struct Fit {
+    std::vector<cv::Point2f> source, target;
+    double dError = 0.0, dThreshold = 0.0, dConfidence = 0.0;
+    int nIterations = 0;
+};
+
 struct State {
     std::vector<std::string> journal;                  ///< module calls in order, as "Name(arguments that matter)"
     std::vector<std::pair<int, std::string>> logLines; ///< level and text
@@ -32,6 +39,7 @@ struct State {
     int nReadBits = 0; ///< overrides the depth that Read_Image reports, where not 0
     bool bBlendEmpty = false;
     cv::Mat homography;                  ///< what LoadHomography gives
+    std::vector<Fit> fits;               ///< of each CreateHomography, which gives the identity times its ordinal
     float fPairX = 0.0f, fPairY = 0.0f;  ///< added by the pair's conversions
     bool bMirrorPair = false;            ///< the pair's x runs backward
     bool bStitchBufferZero = false;      ///< the whole buffer came in zeroed
