@@ -269,6 +269,33 @@ TEST_F(CalibratedWindow, TheRealWizardOpensAndLeavingItIsACancel)
     EXPECT_GT(View()->Zoom(), 0.0);
 }
 
+TEST_F(CalibratedWindow, TheLanguageCanBeSwitchedBesideTheOpenWizard)
+{
+    m_pWindow = std::make_unique<WorkbenchWindow>(*m_pSession);
+    m_pWindow->show();
+    m_pWindow->Start();
+    auto* const pLanguage = Find<QComboBox>("comboBox_language");
+    EXPECT_EQ(pLanguage->window(), m_pWindow.get());
+    OpenWizard();
+    ASSERT_NE(m_pWindow->Run(), nullptr);
+    auto* const pDock = Find<QDockWidget>("dock_machine");
+    EXPECT_TRUE(pDock->isAncestorOf(pLanguage));
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(pDock));
+    EXPECT_TRUE(pDock->rect().contains(QRect(pLanguage->mapTo(pDock, QPoint()), pLanguage->size())));
+    const auto* const pCancel = m_pWindow->Run()->Window()->findChild<QPushButton*>("pushButton_cancel");
+    ASSERT_NE(pCancel, nullptr);
+    const QString strText = pCancel->text();
+    pLanguage->setCurrentIndex(pLanguage->findData("de"));
+    QCoreApplication::processEvents();
+    EXPECT_NE(pCancel->text(), strText);
+    EXPECT_GE(pCancel->width(), pCancel->fontMetrics().horizontalAdvance(pCancel->text()));
+    pLanguage->setCurrentIndex(pLanguage->findData("en"));
+    QCoreApplication::processEvents();
+    m_answers.Press("Yes");
+    EndWizard("pushButton_cancel");
+    EXPECT_FALSE(pDock->isAncestorOf(pLanguage));
+}
+
 TEST_F(Window, StaysOpenWhileTheWizardIsOpen)
 {
     m_pWindow->Start();

@@ -3,6 +3,7 @@
 #include "AreaView.h"
 #include "DataFolder.h"
 #include "Failure.h"
+#include "LanguageBox.h"
 #include "LivePicture.h"
 #include "Log.h"
 #include "LogPane.h"
@@ -12,15 +13,12 @@
 
 #include <QCheckBox>
 #include <QCloseEvent>
-#include <QComboBox>
 #include <QDockWidget>
 #include <QGroupBox>
-#include <QHBoxLayout>
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QScreen>
-#include <QSignalBlocker>
 #include <QStatusBar>
 #include <QVBoxLayout>
 #include <QWindow>
@@ -31,8 +29,8 @@ namespace Workbench
 WorkbenchWindow::WorkbenchWindow(HostSession& session, const QString& strPlugin)
     : m_session(session), m_strPlugin(strPlugin), m_pView(new AreaView), m_pPicture(new LivePicture(this)),
       m_pMachine(new MachinePanel(session.Device(), session.Cameras() == CameraOwner::SimulatedMachine)),
-      m_pLog(new LogPane), m_pNotice(new QLabel), m_pCoordinates(new QLabel), m_pStage(new QLabel),
-      m_pProgress(new QProgressBar)
+      m_pLog(new LogPane), m_pLanguage(new LanguageBox), m_pNotice(new QLabel), m_pCoordinates(new QLabel),
+      m_pStage(new QLabel), m_pProgress(new QProgressBar)
 {
     setObjectName("WorkbenchWindow");
     m_pNotice->setObjectName("label_notice");
@@ -91,16 +89,9 @@ QWidget* WorkbenchWindow::BuildControls()
     }
     pLayout->addWidget(m_pPictureBox);
 
-    m_pLanguageLabel = new QLabel;
-    m_pLanguage = new QComboBox;
-    m_pLanguage->setObjectName("comboBox_language");
-    for (const QString& strLanguage : Languages()) {
-        m_pLanguage->addItem(LanguageName(strLanguage), strLanguage);
-    }
-    auto* const pLanguage = new QHBoxLayout;
-    pLanguage->addWidget(m_pLanguageLabel);
-    pLanguage->addWidget(m_pLanguage, 1);
-    pLayout->addLayout(pLanguage);
+    m_pLanguagePlace = new QVBoxLayout;
+    m_pLanguagePlace->addWidget(m_pLanguage);
+    pLayout->addLayout(m_pLanguagePlace);
     pLayout->addStretch();
     return pControls;
 }
@@ -116,9 +107,13 @@ void WorkbenchWindow::BuildDocks()
         return pDock;
     };
     m_pControlDock = add("dock_controls", BuildControls(), Qt::RightDockWidgetArea);
-    m_pMachineDock = add("dock_machine", m_pMachine, Qt::RightDockWidgetArea);
+    auto* const pBeside = new QWidget;
+    m_pBesideLayout = new QVBoxLayout(pBeside);
+    m_pBesideLayout->setContentsMargins(0, 0, 0, 0);
+    m_pBesideLayout->addWidget(m_pMachine);
+    m_pMachineDock = add("dock_machine", pBeside, Qt::RightDockWidgetArea);
     m_pLogDock = add("dock_log", m_pLog, Qt::BottomDockWidgetArea);
-    // The groups and the list name themselves.
+    // The groups and the log name themselves.
     for (QDockWidget* const pDock : {m_pControlDock, m_pLogDock}) {
         pDock->setTitleBarWidget(new QWidget(pDock));
     }
@@ -149,8 +144,6 @@ void WorkbenchWindow::Connect()
     connect(m_pRefresh, &QPushButton::clicked, m_pPicture, &LivePicture::RequestSlot);
     connect(m_pFit, &QPushButton::clicked, m_pView, &AreaView::FitSlot);
     connect(m_pClearMarks, &QPushButton::clicked, m_pView, &AreaView::ClearMarks);
-    connect(m_pLanguage, &QComboBox::currentIndexChanged, this,
-            [this] { SwitchLanguage(m_pLanguage->currentData().toString()); });
 
     connect(m_pView, &AreaView::HoveredSignal, this,
             [this](const QPointF& pixel) { m_pCoordinates->setText(PointText(pixel)); });
@@ -273,6 +266,8 @@ void WorkbenchWindow::BeginRun()
 // A modal window blocks all others but those that belong to it.
 void WorkbenchWindow::ShowBeside()
 {
+    m_pBesideLayout->addWidget(m_pLanguage);
+    m_pLanguage->show(); // at once: the panel's size is asked for below
     // It can be dragged out of the way, and nowhere else.
     m_pMachineDock->setFeatures(QDockWidget::DockWidgetMovable);
     m_pMachineDock->setAllowedAreas(Qt::NoDockWidgetArea);
@@ -317,6 +312,7 @@ void WorkbenchWindow::PlaceWizard(QPoint place)
 
 void WorkbenchWindow::ShowInside()
 {
+    m_pLanguagePlace->addWidget(m_pLanguage);
     m_pMachineDock->setFloating(false);
     m_pMachineDock->setAllowedAreas(Qt::RightDockWidgetArea);
     m_pMachineDock->setFeatures(QDockWidget::NoDockWidgetFeatures);
@@ -408,11 +404,8 @@ void WorkbenchWindow::Retranslate()
     m_pRefresh->setText(Wording("Take a new picture"));
     m_pFit->setText(Wording("Show all of it"));
     m_pClearMarks->setText(Wording("Remove the marks"));
-    m_pLanguageLabel->setText(Wording("Language"));
     m_pMachineDock->setWindowTitle(Wording("Simulated machine"));
     m_pView->SetPlaceholder(Placeholder());
-    const QSignalBlocker quiet(m_pLanguage);
-    m_pLanguage->setCurrentIndex(m_pLanguage->findData(CurrentLanguage()));
     Notice(m_notice, m_bProblem);
     ShowOpenings();
     ShowBusy();

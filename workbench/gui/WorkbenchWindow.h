@@ -3,7 +3,8 @@
 // The host's main window: the live work area picture, the three wizard openings, the simulated machine and the log. It
 // puts the parts together and decides when which of them may run: the picture stops before a wizard opens and begins
 // anew, with instances of its own, when the wizard has ended. While a wizard is open, which blocks all other windows,
-// the machine's panel stands beside it as a window that belongs to it: an operator goes back and forth between the two.
+// the machine's panel, with the list of languages, stands beside it as a window that belongs to it: an operator goes
+// back and forth between the two.
 
 #include "HostSession.h"
 #include "WizardRun.h"
@@ -15,18 +16,19 @@
 #include <memory>
 
 class QCheckBox;
-class QComboBox;
 class QDockWidget;
 class QGroupBox;
 class QLabel;
 class QProgressBar;
 class QPushButton;
+class QVBoxLayout;
 
 namespace Workbench
 {
 
 class AreaView;
 class Failure;
+class LanguageBox;
 class LivePicture;
 class LogPane;
 class MachinePanel;
@@ -92,6 +94,7 @@ private:
     LivePicture* m_pPicture;
     MachinePanel* m_pMachine;
     LogPane* m_pLog;
+    LanguageBox* m_pLanguage;
     QLabel* m_pNotice;
     QLabel* m_pCoordinates;
     QLabel* m_pStage;
@@ -106,8 +109,8 @@ private:
     QPushButton* m_pRefresh;
     QPushButton* m_pFit;
     QPushButton* m_pClearMarks;
-    QLabel* m_pLanguageLabel;
-    QComboBox* m_pLanguage;
+    QVBoxLayout* m_pLanguagePlace;
+    QVBoxLayout* m_pBesideLayout; ///< what an open wizard leaves within reach
 
     QString m_strStage; ///< of the picture, a wording key
     std::function<QString()> m_notice;
