@@ -76,6 +76,11 @@ std::string Folder(const std::string& strFile)
     return BaseName(strFolder) + "/" + BaseName(strFile);
 }
 
+std::string SizeText(const cv::Size& size)
+{
+    return std::to_string(size.width) + "x" + std::to_string(size.height);
+}
+
 std::string Ids(const std::vector<CalibrationPoint>& points)
 {
     return std::accumulate(points.begin(), points.end(), std::string(),
@@ -406,6 +411,49 @@ bool DoBlendingImageForDualCam(const cv::Mat& left, const ImageDirFlags&, const 
     const bool bOk = Call("DoBlendingImageForDualCam", "");
     dst = Doubles::The().bBlendEmpty ? cv::Mat() : left.clone();
     return bOk;
+}
+
+bool FindCalibrationBoard(const cv::Mat& image, cv::Size boardSize, std::vector<cv::Point2f>& points, double& error,
+                          int flags, const cv::Ptr<cv::Feature2D>& detector)
+{
+    Doubles::State& state = Doubles::The();
+    state.boardSearches.push_back({image, boardSize, points.size(), &points, error, &error, flags, detector});
+    const bool bOk = Call("FindCalibrationBoard", SizeText(boardSize));
+    if (state.dBoardError) {
+        error = *state.dBoardError;
+    }
+    points.resize(2, cv::Point2f(3.0f, 4.0f));
+    return bOk;
+}
+
+std::string GetLastError()
+{
+    Call("GetLastError", "");
+    return Doubles::The().strLastError;
+}
+
+bool CalibrateDistortedCamera(const std::vector<cv::Mat>& images, const cv::Size& boardSize, cv::Mat& cameraMatrix,
+                              cv::Mat& distCoeffs, double& error)
+{
+    Doubles::State& state = Doubles::The();
+    state.chartPictures = images;
+    state.dLensErrorBefore = error;
+    const bool bOk =
+        Call("CalibrateDistortedCamera", std::to_string(images.size()) + " pictures, " + SizeText(boardSize));
+    if (bOk) {
+        cameraMatrix = (cv::Mat_<double>(3, 3) << 800.0, 0.0, 320.0, 0.0, 801.0, 240.0, 0.0, 0.0, 1.0);
+        distCoeffs = (cv::Mat_<double>(1, 5) << -0.1, 0.01, 0.0, 0.0, 0.0);
+        error = 0.25;
+    }
+    return bOk;
+}
+
+bool SaveCameraParameters(const std::string& path, const cv::Mat& cameraMatrix, const cv::Mat& distCoeffs,
+                          const double& error)
+{
+    return Call("SaveCameraParameters",
+                Folder(path) + " focal length " + std::to_string(static_cast<int>(cameraMatrix.at<double>(0, 0))) +
+                    ", " + std::to_string(distCoeffs.total()) + " terms, error " + std::to_string(error));
 }
 
 } // namespace Korvane::CameraCalibration

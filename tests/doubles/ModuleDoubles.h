@@ -7,11 +7,13 @@
 #include "FishEyeParams.h"
 
 #include <opencv2/core.hpp>
+#include <opencv2/features2d.hpp>
 
 #include <QString>
 
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -24,6 +26,18 @@ struct Fit {
     std::vector<cv::Point2f> source, target;
     double dError = 0.0, dThreshold = 0.0, dConfidence = 0.0;
     int nIterations = 0;
+};
+
+/// What one FindCalibrationBoard was given; addresses tell whether two were given the same.
+struct BoardSearch {
+    cv::Mat picture;
+    cv::Size board;
+    std::size_t nPoints;
+    const void* pPoints;
+    double dError;
+    const void* pError;
+    int nFlags;
+    cv::Ptr<cv::Feature2D> detector;
 };
 
 struct State {
@@ -51,6 +65,12 @@ struct State {
     bool bCorrectedNull = false;         ///< SingleCamCorrected got no buffer
     double dBlendScore = 0.0;            ///< as it came in
     double dExpansionScale = 0.0;
+
+    std::vector<BoardSearch> boardSearches;
+    std::optional<double> dBoardError = 0.5; ///< what FindCalibrationBoard makes of its error; untouched where empty
+    std::string strLastError = "no discs are seen"; ///< what GetLastError says
+    std::vector<cv::Mat> chartPictures;             ///< what the last CalibrateDistortedCamera was given
+    double dLensErrorBefore = 0.0;                  ///< the same, its error as it came in
 
     std::function<void(std::vector<CalibrationPoint>&)> rearrange; ///< what both rearranging operations do, if anything
     std::vector<CalibrationPoint> calibrated;                      ///< what the last SingleCamCalibration was given
