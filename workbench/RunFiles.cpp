@@ -68,7 +68,8 @@ void MoveAside(const QString& strFrom, const QString& strTo)
 
 RunFiles::RunFiles(Simulator::Machine::Kind flow)
     : m_bManual(flow == Simulator::Machine::Kind::Manual), m_strFolder(DataRoot() + "/Vision/calib/Camera_Two"),
-      m_strResult(m_strFolder + "/Result"), m_strBackup(m_strFolder + "/ResultBeforeRun")
+      m_strResult(m_strFolder + "/Result"), m_strBackup(m_strFolder + "/ResultBeforeRun"),
+      m_strAside(m_strFolder + "/OtherFlow")
 {
 }
 
@@ -101,8 +102,9 @@ void RunFiles::Prepare(Opening opening, const std::function<bool(const QString&)
         throw Failure("The folder %1 cannot be made.", {m_strFolder});
     }
     Recover();
-    BackUp();
     PutOtherFlowAside();
+    BackUp();
+    RemoveFlagsOfOtherFlow();
     if (m_bManual) {
         PrepareManual(opening, writeLensFiles);
     }
@@ -110,10 +112,15 @@ void RunFiles::Prepare(Opening opening, const std::function<bool(const QString&)
 
 void RunFiles::Recover()
 {
-    if (QFileInfo(m_strBackup).isDir() && !QFile::exists(m_strFolder + "/Progress.ini")) {
+    if (QFile::exists(m_strFolder + "/Progress.ini")) {
+        return;
+    }
+    if (QFileInfo(m_strBackup).isDir()) {
         ILog_WriteLog(1, "A run of the wizard ended with its process before its first step or after its last one; the "
                          "calibration of before it is taken");
         Conclude(false);
+    } else if (QFile::exists(m_strAside + "/Progress.ini")) {
+        BringRunBack();
     }
 }
 
@@ -134,29 +141,86 @@ void RunFiles::BackUp()
 
 void RunFiles::PutOtherFlowAside()
 {
-    const QString strAside = m_strFolder + "/OtherFlow";
     const QString strProgress = m_strFolder + "/Progress.ini";
     // Without the key the wizard takes the automatic flow; nobody but the host writes it.
     const bool bManualProgress =
         QFile::exists(strProgress) && QSettings(strProgress, QSettings::IniFormat).value(g_pCameraType, 1).toInt() == 0;
-    if (!QDir().mkpath(strAside)) {
-        throw Failure("The folder %1 cannot be made.", {strAside});
-    }
     if (QFile::exists(strProgress) && bManualProgress != m_bManual) {
-        MoveAside(strProgress, strAside + "/Progress.ini");
-        MoveAside(m_strFolder + "/Output", strAside + "/Output");
+        PutRunAside();
     }
-    // The pipeline asks these for the flow, also while a manual run is under way.
+}
+
+// What the other run needs to be resumed goes together, `Progress.ini` last: while it is here, this is begun again.
+void RunFiles::PutRunAside()
+{
+    if (QFile::exists(m_strAside + "/Progress.ini")) {
+        // One of long before; the newer one takes its place.
+        QDir(m_strAside).removeRecursively();
+    }
+    if (!QDir().mkpath(m_strAside)) {
+        throw Failure("The folder %1 cannot be made.", {m_strAside});
+    }
+    MoveAside(m_strFolder + "/Output", m_strAside + "/Output");
+    if (QFileInfo(m_strBackup).isDir()) {
+        // Half of that run's results, and the calibration of before it.
+        if (!QFileInfo(m_strAside + "/Result").isDir()) {
+            MoveAside(m_strResult, m_strAside + "/Result");
+            QDir().mkpath(m_strAside + "/Result");
+        }
+        QDir(m_strResult).removeRecursively();
+        if (!QDir(m_strBackup).isEmpty()) {
+            CopyFolderWhole(m_strBackup, m_strResult);
+        }
+        MoveAside(m_strBackup, m_strAside + "/ResultBeforeRun");
+    }
+    MoveAside(m_strFolder + "/Progress.ini", m_strAside + "/Progress.ini");
+}
+
+// `Progress.ini` last again: with it the run can be resumed.
+void RunFiles::BringRunBack()
+{
+    const QString strProgress = m_strAside + "/Progress.ini";
+    const bool bResult = QFileInfo(m_strAside + "/Result").isDir();
+    const bool bBackup = QFileInfo(m_strAside + "/ResultBeforeRun").isDir();
+    if (QFile::exists(strProgress) && bResult == bBackup) {
+        bool bOk = true;
+        const auto bringBack = [this, &bOk](const char* pName) {
+            if (bOk && QFileInfo::exists(m_strAside + "/" + pName)) {
+                QDir(m_strFolder + "/" + pName).removeRecursively();
+                bOk = QDir().rename(m_strAside + "/" + pName, m_strFolder + "/" + pName);
+            }
+        };
+        QDir(m_strFolder + "/Output").removeRecursively();
+        bringBack("ResultBeforeRun");
+        bringBack("Result");
+        bringBack("Output");
+        // What a wizard that was never opened has left.
+        QFile::remove(m_strFolder + "/Progress.ini");
+        bOk = bOk && QDir().rename(strProgress, m_strFolder + "/Progress.ini");
+        if (!bOk) {
+            ILog_WriteLogF(3, "The unfinished run in %s cannot be brought back whole", qPrintable(m_strAside));
+            return;
+        }
+        ILog_WriteLog(1, "The unfinished run of the other flow is brought back");
+    } else if (QFile::exists(strProgress)) {
+        ILog_WriteLogF(2, "The unfinished run in %s is not whole and is given up", qPrintable(m_strAside));
+    }
+    QDir(m_strAside).removeRecursively();
+}
+
+// The pipeline asks these for the flow, also while a manual run is under way. The backup has them.
+void RunFiles::RemoveFlagsOfOtherFlow()
+{
     if (m_bManual) {
         for (const char* pName : {"AutoDualCalibrate_stitch.xml", "LeftCameraParam.ini", "RightCameraParam.ini"}) {
             const QString strFile = m_strResult + "/" + pName;
-            if (QSettings(strFile, QSettings::IniFormat).value("CAMERA_PARAM/AUTO_CALIBRATION", 0).toInt() != 0) {
-                MoveAside(strFile, strAside + "/" + pName);
+            if (QSettings(strFile, QSettings::IniFormat).value("CAMERA_PARAM/AUTO_CALIBRATION", 0).toInt() != 0 &&
+                !QFile::remove(strFile)) {
+                throw Failure("The folder %1 cannot be written.", {m_strResult});
             }
         }
     }
-    QDir(m_strFolder).rmdir("OtherFlow"); // where nothing was put
-    QDir().mkpath(m_strResult);           // the pages write into it
+    QDir().mkpath(m_strResult); // the pages write into it
 }
 
 void RunFiles::PrepareManual(Opening opening, const std::function<bool(const QString&)>& writeLensFiles)
@@ -195,6 +259,8 @@ bool RunFiles::Conclude(bool bFinished)
         return bFinished;
     }
     if (bFinished && IsWhole()) {
+        // What the other flow had begun is out of date now.
+        QDir(m_strAside).removeRecursively();
         QDir(m_strBackup).removeRecursively();
         return true;
     }
@@ -205,6 +271,10 @@ bool RunFiles::Conclude(bool bFinished)
     } else if (!QDir().rename(m_strBackup, m_strResult)) {
         ILog_WriteLogF(3, "The calibration of before the run stays in %s: it cannot be moved back",
                        qPrintable(m_strBackup));
+        return false;
+    }
+    if (QFileInfo(m_strAside).isDir()) {
+        BringRunBack();
     }
     return false;
 }

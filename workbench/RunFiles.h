@@ -30,8 +30,12 @@ public:
     void Recover();
     /// @param writeLensFiles  manual flow: writes the machine's lens files into the folder that it is given, for those
     ///                        that are missing
-    /// Throws `Failure` when a file cannot be copied or written; the calibration is then untouched.
+    /// An unfinished run of the other flow is put aside, with the calibration of before it in its place.
+    /// Throws `Failure` when a file cannot be copied or written; the calibration is then untouched, or `Conclude`
+    /// brings it back.
     void Prepare(Opening opening, const std::function<bool(const QString& strFolder)>& writeLensFiles = {});
+    /// After a run that was cancelled the calibration of before is there again, and so is an unfinished run of the
+    /// other flow that was put aside for it.
     /// @param bFinished  the operator has gone to the end; a run that left no whole calibration counts as cancelled all
     ///                   the same
     /// @return whether the run's results are kept
@@ -40,6 +44,9 @@ public:
 private:
     void BackUp();
     void PutOtherFlowAside();
+    void PutRunAside();
+    void BringRunBack();
+    void RemoveFlagsOfOtherFlow();
     void PrepareManual(Opening opening, const std::function<bool(const QString&)>& writeLensFiles);
     bool IsWhole() const;
 
@@ -47,6 +54,7 @@ private:
     const QString m_strFolder; ///< Camera_Two
     const QString m_strResult;
     const QString m_strBackup;
+    const QString m_strAside; ///< an unfinished run of the other flow, with all that its resuming needs
 };
 
 } // namespace Workbench

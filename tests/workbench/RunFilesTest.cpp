@@ -197,6 +197,103 @@ TEST_F(FilesOfARun, AnAutomaticRunDoesNotResumeAManualOne)
     EXPECT_FALSE(Exists("Progress.ini"));
     EXPECT_FALSE(Exists("Output"));
     EXPECT_TRUE(Exists("OtherFlow/Progress.ini"));
+    m_automatic.Conclude(false);
+    EXPECT_EQ(Read("Progress.ini"), "[PROGRESS]\nCAMERA_TYPE=0\nPROGRESS=5\n");
+    EXPECT_EQ(Read("Output/cameraL_calibrateMap.xml"), "left");
+    EXPECT_FALSE(Exists("OtherFlow"));
+}
+
+/// An automatic run has died with its process after the left camera; a manual one is opened.
+class FilesOfAManualRunOverHalfAnAutomaticOne : public FilesOfACalibratedMachine
+{
+protected:
+    void SetUp() override
+    {
+        FilesOfACalibratedMachine::SetUp();
+        m_before = Read("Result/L_AutoDualCalibrate.xml");
+        m_automatic.Prepare(Opening::Calibration);
+        Write("Result/L_AutoDualCalibrate.xml", "half a run");
+        Write("Progress.ini", m_progress);
+        m_manual.Recover();
+        m_manual.Prepare(Opening::Calibration, [this](const QString& strFolder) {
+            m_data.WriteFile(strFolder + "/cameraL_calibrateMap.xml", "left");
+            return true;
+        });
+    }
+    void ExpectTheAutomaticRunCanGoOn()
+    {
+        EXPECT_EQ(Read("Progress.ini"), m_progress);
+        EXPECT_EQ(Read("Result/L_AutoDualCalibrate.xml"), "half a run");
+        EXPECT_FALSE(Exists("Output"));
+        EXPECT_FALSE(Exists("OtherFlow"));
+        RunFiles next(Kind::Automatic);
+        next.Prepare(Opening::Calibration);
+        CloseWizard();
+        EXPECT_FALSE(next.Conclude(false));
+        EXPECT_EQ(Read("Result/L_AutoDualCalibrate.xml"), m_before) << "the calibration of before both";
+    }
+    /// What the window does with its files at every closing.
+    void CloseManualWizard() const
+    {
+        CloseWizard();
+        QDir(Camera("Output")).removeRecursively();
+    }
+
+    const QByteArray m_progress = "[PROGRESS]\nPROGRESS=4\n";
+    QByteArray m_before;
+};
+
+TEST_F(FilesOfAManualRunOverHalfAnAutomaticOne, MeetsTheCalibrationOfBeforeTheHalfRun)
+{
+    EXPECT_EQ(Read("Result/L_AutoDualCalibrate.xml"), m_before);
+    EXPECT_FALSE(QSettings(Camera("Progress.ini"), QSettings::IniFormat).contains("PROGRESS/PROGRESS"));
+}
+
+TEST_F(FilesOfAManualRunOverHalfAnAutomaticOne, ACancelBringsTheHalfRunBackSoThatItGoesOn)
+{
+    CloseManualWizard();
+    EXPECT_FALSE(m_manual.Conclude(false));
+    ExpectTheAutomaticRunCanGoOn();
+}
+
+TEST_F(FilesOfAManualRunOverHalfAnAutomaticOne, AlsoWhenTheManualOneDiedBeforeItsFirstStep)
+{
+    CloseManualWizard();
+    RunFiles(Kind::Manual).Recover();
+    ExpectTheAutomaticRunCanGoOn();
+}
+
+TEST_F(FilesOfAManualRunOverHalfAnAutomaticOne, AnOpeningThatFailsBringsItBackToo)
+{
+    EXPECT_THROW(m_manual.Prepare(Opening::Coordinate), Failure) << "there is no homography of the pair";
+    EXPECT_FALSE(m_manual.Conclude(false));
+    ExpectTheAutomaticRunCanGoOn();
+}
+
+TEST_F(FilesOfAManualRunOverHalfAnAutomaticOne, ARunThatDiedWhileItWasPutAsideIsPutAsideByTheNext)
+{
+    CloseManualWizard();
+    m_manual.Conclude(false);
+    // As far as the half results, and no further.
+    ASSERT_TRUE(QDir().mkpath(Camera("OtherFlow")));
+    ASSERT_TRUE(QDir().rename(Camera("Result"), Camera("OtherFlow/Result")));
+    RunFiles next(Kind::Manual);
+    next.Recover();
+    next.Prepare(Opening::Calibration);
+    EXPECT_EQ(Read("Result/L_AutoDualCalibrate.xml"), m_before);
+    CloseManualWizard();
+    next.Conclude(false);
+    ExpectTheAutomaticRunCanGoOn();
+}
+
+TEST_F(FilesOfAManualRunOverHalfAnAutomaticOne, AHalfRunThatIsNotWholeIsGivenUp)
+{
+    QDir(Camera("OtherFlow/ResultBeforeRun")).removeRecursively();
+    CloseManualWizard();
+    m_manual.Conclude(false);
+    EXPECT_FALSE(Exists("Progress.ini"));
+    EXPECT_FALSE(Exists("OtherFlow"));
+    EXPECT_EQ(Read("Result/L_AutoDualCalibrate.xml"), m_before);
 }
 
 TEST_F(FilesOfARun, AResumedRunKeepsItsProgress)
