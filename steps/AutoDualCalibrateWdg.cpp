@@ -157,12 +157,6 @@ void AutoDualCalibrateWdg::SetInstructions()
     ui->plainTextEdit->setReadOnly(true);
 }
 
-void AutoDualCalibrateWdg::ShowLastCrossPos()
-{
-    const QPoint position = ui->graphicsView->GetLastCrossPos();
-    ui->label_Coord->setText(Wording("Coordinate") + QString(": %1,%2").arg(position.x()).arg(position.y()));
-}
-
 void AutoDualCalibrateWdg::changeEvent(QEvent* pEvent)
 {
     if (pEvent->type() != QEvent::LanguageChange) {
@@ -172,7 +166,7 @@ void AutoDualCalibrateWdg::changeEvent(QEvent* pEvent)
     RetranslateTexts();
     UpdateStepAppearance();
     ui->pushButton_takePic->setText(Wording("Photo"));
-    ShowLastCrossPos();
+    ShowLastCrossPos(*ui->graphicsView, *ui->label_Coord);
     RefreshCoordList();
 }
 
@@ -180,9 +174,8 @@ void AutoDualCalibrateWdg::changeEvent(QEvent* pEvent)
 
 bool AutoDualCalibrateWdg::eventFilter(QObject* pWatched, QEvent* pEvent)
 {
-    // The newest cross, not the mouse; this is meant.
     if (pWatched == ui->graphicsView->viewport() && pEvent->type() == QEvent::MouseMove) {
-        ShowLastCrossPos();
+        ShowLastCrossPos(*ui->graphicsView, *ui->label_Coord);
     }
     // A view that scrolls takes the children of its viewport along.
     auto* const pToolBar = qobject_cast<DualCoordinateToolBar*>(pWatched);
@@ -660,13 +653,5 @@ void AutoDualCalibrateWdg::CrossItemPressedSlots(int iCrossIndex)
 void AutoDualCalibrateWdg::on_listWidget_Coord_itemDoubleClicked(QListWidgetItem* item)
 {
     ILog_WriteLog(0, "listWidget_Coord item was double clicked.");
-    const QStringList parts = item->text().split(':');
-    if (parts.size() < 2) {
-        return;
-    }
-    // A number with a fraction reads as 0; this is meant.
-    const QStringList numbers = parts[1].split(',');
-    const QPoint point(numbers[0].toInt(), numbers.value(1).toInt());
-    ui->graphicsView->centerOn(point);
-    ShowHint(*ui->graphicsView, ui->listWidget_Coord->currentRow() + 1, point);
+    ShowMarkOfRow(*ui->graphicsView, *ui->listWidget_Coord, *item);
 }

@@ -89,7 +89,6 @@ private:
     void UpdateToolBarPosition();
     void RetranslateTexts();
     void SetInstructions();
-    void ShowLastCrossPos();
 
     // The two steps.
     bool IsLeftStep() const;

@@ -9,6 +9,8 @@
 #include <QDir>
 #include <QFile>
 #include <QFontMetrics>
+#include <QLabel>
+#include <QListWidget>
 #include <QPixmap>
 #include <QPushButton>
 #include <QStyle>
@@ -123,6 +125,24 @@ void ShowHint(DualGraphicsView& view, int nNumber, QPoint point)
                          QString::number(nNumber) + ".svg");
     view.RemoveHintPicture();
     view.ShowHintPicture(pixmap, QPoint(point.x() + 5, point.y() - pixmap.height() - 5));
+}
+
+void ShowLastCrossPos(const DualGraphicsView& view, QLabel& label)
+{
+    const QPoint position = view.GetLastCrossPos();
+    label.setText(Wording("Coordinate") + QString(": %1,%2").arg(position.x()).arg(position.y()));
+}
+
+void ShowMarkOfRow(DualGraphicsView& view, const QListWidget& list, const QListWidgetItem& item)
+{
+    const QStringList parts = item.text().split(':');
+    if (parts.size() < 2) {
+        return;
+    }
+    const QStringList numbers = parts[1].split(',');
+    const QPoint point(numbers[0].toInt(), numbers.value(1).toInt());
+    view.centerOn(point);
+    ShowHint(view, list.currentRow() + 1, point);
 }
 
 bool CopyFolder(const QString& strFrom, const QString& strTo)

@@ -11,6 +11,9 @@
 #include <initializer_list>
 
 class DualGraphicsView;
+class QLabel;
+class QListWidget;
+class QListWidgetItem;
 class QPushButton;
 class QTimer;
 class QToolButton;
@@ -66,6 +69,15 @@ bool IsOutside(QPointF point, QSize picture);
 /// Shows the hint picture number `nNumber`, counted from 1, with its lower left corner 5 px right of and above
 /// `point`, in place of the one before.
 void ShowHint(DualGraphicsView& view, int nNumber, QPoint point);
+
+/// Where the newest cross of the view is, not the mouse; this is meant. (0, 0) before there is one.
+void ShowLastCrossPos(const DualGraphicsView& view, QLabel& label);
+
+/// Brings the mark of a row into view and shows which cross of the pattern it means. The place is read from the row's
+/// text, "Coordinate1: 20,30": the first colon counts, a number with a fraction reads as 0, and a text without a colon
+/// shows nothing; this is meant.
+/// @param list  its current row is the number of the cross
+void ShowMarkOfRow(DualGraphicsView& view, const QListWidget& list, const QListWidgetItem& item);
 
 /// Copies all files and folders below `strFrom` into `strTo`, which is made; files of the same name are replaced.
 /// False where anything could not be copied; the rest is copied all the same.

@@ -29,6 +29,10 @@ inline const std::vector<RunTimeKeys>& KeysAtRunTime()
          "keys.begin()[i]",
          {"Select work area", "Engraving pattern", "Add Left Coords", "Add Right Coords", "Stitch",
           "Distortion Correction", "Select Working Area", "Wait for Engraving", "Add Coordinates"}},
+        {"steps/HandEyeAdjustWdg.cpp",
+         "pNotice",
+         {"Camera-Left grab failed!", "Camera-Right grab failed!", "Fusion images failed!",
+          "The fusion image is empty!"}},
         {"steps/StitchingWdg.cpp",
          "pNotice",
          {"Left Camera Coordinate count does not match actual count! Please verify again.",
@@ -73,9 +77,9 @@ inline const std::vector<RunTimeKeys>& KeysAtRunTime()
     return keys;
 }
 
-/// Of forms, and the same in every language: titles that no one sees, and a unit.
+/// Of forms, and the same in every language: titles that no one sees, a unit, and signs.
 inline const QStringList& TextsWithoutWording()
 {
-    static const QStringList texts{"Form", "mm"};
+    static const QStringList texts{"Form", "mm", "+", "-"};
     return texts;
 }
