@@ -3,6 +3,7 @@
 #include "Translator.h"
 
 #include <QAbstractButton>
+#include <QPointer>
 
 namespace
 {
@@ -26,4 +27,13 @@ int ShowNoticeText(const QString& strText, const QString& strTitleKey, QMessageB
     box.setStandardButtons(QMessageBox::Ok);
     box.button(QMessageBox::Ok)->setText(Wording("OK"));
     return box.exec();
+}
+
+void ShowWarning(QWidget* pParent, const QString& strTextKey, const QString& strTitleKey)
+{
+    // On the heap: whoever deletes the page meanwhile deletes the box with it.
+    const QPointer<QMessageBox> pBox =
+        new QMessageBox(QMessageBox::Warning, Wording(strTitleKey), Wording(strTextKey), QMessageBox::Ok, pParent);
+    pBox->exec();
+    delete pBox;
 }

@@ -14,3 +14,7 @@ int ShowNotice(const QString& strTextKey, const QString& strTitleKey = "Tips",
 /// The same for a text that is worded already, since wording comes before placeholders are filled.
 int ShowNoticeText(const QString& strText, const QString& strTitleKey = "Tips",
                    QMessageBox::Icon icon = QMessageBox::Information);
+
+/// A warning over a page, with the wordings of `strTextKey` and `strTitleKey` and Qt's own button Ok. The page may be
+/// deleted meanwhile: the caller must not touch it then.
+void ShowWarning(QWidget* pParent, const QString& strTextKey, const QString& strTitleKey = "Tips");

@@ -58,4 +58,30 @@ TEST_F(Notice, ATextThatIsWordedAlreadyIsNotWordedTwice)
     EXPECT_EQ(m_answers.Notices()[0].icon, QMessageBox::Critical);
 }
 
+TEST_F(Notice, AWarningStandsOverItsPageWithQtsOwnButton)
+{
+    Doubles::The().wordings = {{"No picture.", "Kein Bild."}, {"Tips", "Hinweis"}, {"OK", "Gut"}};
+    QWidget page;
+
+    ShowWarning(&page, "No picture.");
+
+    ASSERT_EQ(m_answers.Notices().size(), 1u);
+    const ModalAnswers::Notice& notice = m_answers.Notices()[0];
+    EXPECT_EQ(notice.strTitle, "Hinweis");
+    EXPECT_EQ(notice.strText, "Kein Bild.");
+    EXPECT_EQ(notice.icon, QMessageBox::Warning);
+    EXPECT_EQ(notice.buttons, QStringList{"OK"});
+    EXPECT_EQ(notice.pParent, &page);
+}
+
+TEST_F(Notice, APageMayBeDeletedUnderItsWarning)
+{
+    auto* const pPage = new QWidget;
+    m_answers.OnBox([&](QMessageBox&) { delete pPage; });
+
+    ShowWarning(pPage, "No picture.");
+
+    EXPECT_EQ(m_answers.Notices().size(), 1u);
+}
+
 } // namespace

@@ -28,7 +28,7 @@ const QHash<QString, QList<int>>& KeyArguments()
 {
     static const QHash<QString, QList<int>> arguments{
         {"GetWording", {0}},      {"Wording", {0}},   {"ShowNotice", {0, 1}}, {"ShowNoticeText", {1}},
-        {"ThreadDialogRun", {4}}, {"CountDown", {3}}, {"Failure", {0}}};
+        {"ThreadDialogRun", {4}}, {"CountDown", {3}}, {"Failure", {0}},       {"ShowWarning", {1, 2}}};
     return arguments;
 }
 
