@@ -77,9 +77,9 @@ inline const std::vector<RunTimeKeys>& KeysAtRunTime()
     return keys;
 }
 
-/// Of forms, and the same in every language: titles that no one sees, a unit, and signs.
+/// The same in every language: titles of forms that no one sees, a unit, signs, and a state that style sheets know.
 inline const QStringList& TextsWithoutWording()
 {
-    static const QStringList texts{"Form", "mm", "+", "-"};
+    static const QStringList texts{"Form", "mm", "+", "-", "DualCamera_Flow_Step4"};
     return texts;
 }
