@@ -1,5 +1,6 @@
 #include "ChartFinder.h"
 #include "KorvaneVision.h"
+#include "LensViews.h"
 #include "Log.h"
 #include "VisionError.h"
 
@@ -142,6 +143,12 @@ std::vector<View> FindViews(const std::vector<cv::Mat>& pictures, const cv::Size
     return views;
 }
 
+std::vector<std::size_t>& FittedPictures()
+{
+    thread_local std::vector<std::size_t> fitted;
+    return fitted;
+}
+
 /// Empty when the fit is a lens, else what is wrong with it.
 std::string WhyNoLens(const LensFit& fit, const cv::Size& picture)
 {
@@ -170,6 +177,7 @@ bool Korvane::CameraCalibration::CalibrateDistortedCamera(const std::vector<cv::
 {
     constexpr const char* pOperation = "CalibrateDistortedCamera";
     error = -1.0;
+    FittedPictures().clear();
     try {
         const auto first = std::find_if(images.begin(), images.end(), [](const cv::Mat& m) { return !m.empty(); });
         if (first == images.end()) {
@@ -193,8 +201,16 @@ bool Korvane::CameraCalibration::CalibrateDistortedCamera(const std::vector<cv::
         cameraMatrix = fit.camera;
         distCoeffs = fit.lens;
         error = fit.dRmsPx;
+        for (const View& view : views) {
+            FittedPictures().push_back(view.nPicture);
+        }
         return true;
     } catch (const std::exception& exception) {
         return Fail(pOperation, exception.what());
     }
+}
+
+std::vector<std::size_t> Korvane::CameraCalibration::GetFittedPictures()
+{
+    return FittedPictures();
 }

@@ -1,6 +1,7 @@
 #include "HeldChart.h"
 #include "KorvaneVision.h"
 #include "LensTruth.h"
+#include "LensViews.h"
 #include "Truth.h"
 
 #include <gmock/gmock.h>
@@ -16,7 +17,9 @@
 
 using namespace Korvane::CameraCalibration;
 using Simulator::Side;
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::IsEmpty;
 
 namespace
 {
@@ -129,6 +132,7 @@ TEST(LensCalibration, PicturesWithoutAChartAndOfAnotherSizeArePassedOver)
     const Lens lens = Calibrate(pictures);
     ASSERT_TRUE(lens.bSuccess) << GetLastError();
     ExpectTheTrueCamera(lens);
+    EXPECT_THAT(GetFittedPictures(), ElementsAre(0, 1, 2, 3, 7, 8, 9, 10, 11));
 }
 
 TEST(LensCalibration, AViewThatSpoilsTheFitIsThrownOut)
@@ -142,6 +146,9 @@ TEST(LensCalibration, AViewThatSpoilsTheFitIsThrownOut)
     const Lens lens = Calibrate(pictures);
     ASSERT_TRUE(lens.bSuccess) << GetLastError();
     ExpectTheTrueCamera(lens);
+    EXPECT_THAT(GetFittedPictures(), ElementsAre(0, 1, 2, 3, 4, 5, 6, 7, 8));
+    EXPECT_FALSE(Calibrate({}).bSuccess);
+    EXPECT_THAT(GetFittedPictures(), IsEmpty());
 }
 
 TEST(LensCalibration, FewerThanThreeViewsAreRefused)
