@@ -18,13 +18,6 @@ namespace
 constexpr double kFingerMm = 400.0;
 constexpr double kDegree = std::numbers::pi / 180.0;
 
-cv::Matx33d Rotation(const cv::Vec3d& axis, double angle)
-{
-    const cv::Vec3d k = axis / cv::norm(axis);
-    const cv::Matx33d cross(0, -k[2], k[1], k[2], 0, -k[0], -k[1], k[0], 0);
-    return cv::Matx33d::eye() + std::sin(angle) * cross + (1.0 - std::cos(angle)) * (cross * cross);
-}
-
 double DistanceToStroke(const ChartFinger& finger, const cv::Point2d& p)
 {
     const cv::Point2d along = finger.toMm - finger.fromMm;
@@ -103,8 +96,8 @@ HeldChart Propose(Draw& draw, const Truth& truth, Side side, const cv::Size& pic
     const double spin = draw.Unit() < 0.8 ? 90.0 * std::floor(4.0 * draw.Unit()) + draw.Within(12.0) : draw.Within(180);
     const double tiltAxis = draw.Within(std::numbers::pi);
     const double tilt = draw.Between(0.0, 40.0) * kDegree;
-    chart.machineFromChart =
-        Rotation({std::cos(tiltAxis), std::sin(tiltAxis), 0.0}, tilt) * Rotation({0.0, 0.0, 1.0}, spin * kDegree);
+    chart.machineFromChart = RotationAbout({std::cos(tiltAxis), std::sin(tiltAxis), 0.0}, tilt) *
+                             RotationAbout({0.0, 0.0, 1.0}, spin * kDegree);
     chart.blurPx = draw.Unit() < 0.7 ? draw.Between(0.5, 1.5) : draw.Between(1.5, 5.0);
     chart.paperLevel = draw.Between(130.0, 235.0);
     chart.inkLevel = draw.Unit() < 0.7 ? draw.Between(20.0, 60.0) : chart.paperLevel - draw.Between(35.0, 70.0);
@@ -134,6 +127,13 @@ cv::Point3d HeldChart::MachineFromChart(const cv::Point2d& chartMm) const
 {
     const cv::Vec3d offset = machineFromChart * cv::Vec3d(chartMm.x, chartMm.y, 0.0);
     return {middleMm.x + offset[0], middleMm.y + offset[1], middleMm.z + offset[2]};
+}
+
+cv::Matx33d RotationAbout(const cv::Vec3d& axis, double angle)
+{
+    const cv::Vec3d k = axis / cv::norm(axis);
+    const cv::Matx33d cross(0, -k[2], k[1], k[2], 0, -k[0], -k[1], k[0], 0);
+    return cv::Matx33d::eye() + std::sin(angle) * cross + (1.0 - std::cos(angle)) * (cross * cross);
 }
 
 HeldChart DrawChart(const Machine& machine, Side side, std::uint64_t nSeed, ChartShown eShown)

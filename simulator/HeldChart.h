@@ -53,6 +53,9 @@ struct HeldChart {
     cv::Point3d MachineFromChart(const cv::Point2d& chartMm) const;
 };
 
+/// By `angle` radians about `axis`, whatever its length.
+cv::Matx33d RotationAbout(const cv::Vec3d& axis, double angle);
+
 enum class ChartShown {
     Whole, ///< every disc in view and free of fingers
     Part,  ///< at least one disc with its centre out of view or under a finger, at least one in view

@@ -1,5 +1,6 @@
 #include "SimulatedDevice.h"
 
+#include "HeldChart.h"
 #include "Log.h"
 #include "MicroLineCopy.h"
 
@@ -29,6 +30,12 @@ SimulatedDevice::SimulatedDevice(Simulator::Machine::Kind kind, std::uint64_t nS
 }
 
 SimulatedDevice::~SimulatedDevice() = default;
+
+std::shared_ptr<const Simulator::HeldChart> SimulatedDevice::Chart() const
+{
+    const std::lock_guard lock(m_stateMutex);
+    return m_pChart;
+}
 
 SimulatedDevice::State SimulatedDevice::GetState() const
 {
@@ -154,6 +161,9 @@ void SimulatedDevice::SwapMachine(std::uint64_t nSeed)
             m_state.nLines = m_state.nEngraved = 0;
             m_state.bEngraved = false;
             m_pStaged.reset();
+            // Its cameras are elsewhere.
+            m_state.chart.reset();
+            m_pChart.reset();
         });
     }
     ILog_WriteLogF(1, "Simulated machine: another machine, seed %llu", static_cast<unsigned long long>(nSeed));
@@ -170,6 +180,25 @@ void SimulatedDevice::SetPlugged(Simulator::Side side, bool bPlugged)
     ILog_WriteLogF(1, "Simulated machine: the %s camera is %s", side == Simulator::Side::Left ? "left" : "right",
                    bPlugged ? "plugged in" : "unplugged");
     ChangeState([&] { (side == Simulator::Side::Left ? m_state.bLeftPlugged : m_state.bRightPlugged) = bPlugged; });
+}
+
+void SimulatedDevice::HoldChart(const Simulator::ChartPose& pose)
+{
+    // A machine of its own to look at, since the one in use may be busy for long; it has no picture until it is asked.
+    const Simulator::Machine machine(m_kind, GetState().nSeed);
+    auto pChart = std::make_shared<const Simulator::HeldChart>(Simulator::ChartOf(machine, pose));
+    ChangeState([&] {
+        m_state.chart = pose;
+        m_pChart = std::move(pChart);
+    });
+}
+
+void SimulatedDevice::TakeChartAway()
+{
+    ChangeState([this] {
+        m_state.chart.reset();
+        m_pChart.reset();
+    });
 }
 
 int SimulatedDevice::GetBusy()
@@ -256,6 +285,12 @@ int SimulatedDevice::Snap(const char* szSide, cv::Mat& picture)
     }
     const std::lock_guard lock(m_machineMutex);
     m_pMachine->SetLight(state.dLight);
+    // As it is held now, not as it was before the wait for the machine.
+    if (const auto pChart = Chart()) {
+        m_pMachine->HoldChart(*pChart);
+    } else {
+        m_pMachine->TakeChartAway();
+    }
     picture = m_pMachine->Snap(bLeft ? Simulator::Side::Left : Simulator::Side::Right);
     return 0;
 }

@@ -6,9 +6,10 @@
 //
 // Every operation may be called from any thread. Those that work on the machine itself (placing material, engraving,
 // swapping it, taking a picture) wait for one another, up to a second; a window calls them on a thread of its own.
-// `GetState`, the light and the plugs never wait for the machine.
+// `GetState`, the light, the plugs and the chart never wait for the machine.
 
 #include "BedFile.h"
+#include "ChartPose.h"
 #include "IDeviceHost.h"
 #include "Machine.h"
 #include "SimulatedCameras.h"
@@ -18,6 +19,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 
 namespace Simulator
 {
@@ -46,6 +48,7 @@ public:
         double dLight = 1.0;       ///< 1 as built, 0 dark
         bool bLeftPlugged = true;
         bool bRightPlugged = true;
+        std::optional<Simulator::ChartPose> chart; ///< that somebody holds under a camera
     };
 
     SimulatedDevice(Simulator::Machine::Kind kind, std::uint64_t nSeed);
@@ -77,6 +80,10 @@ public:
     void SetLight(double dShare);
     /// A camera that is not plugged in gives no pictures.
     void SetPlugged(Simulator::Side side, bool bPlugged);
+    /// Somebody holds the chart of discs like this until it is taken away or held otherwise; the next picture shows it.
+    /// No file keeps it: a hand is not part of the bed.
+    void HoldChart(const Simulator::ChartPose& pose);
+    void TakeChartAway();
 
     // IDeviceHost and IDeviceChannel
     /// 2: the plug-in holds the material's size against the work area.
@@ -99,6 +106,7 @@ signals:
 
 private:
     int SendStaged();
+    std::shared_ptr<const Simulator::HeldChart> Chart() const;
     /// Changes the state under its lock, then tells.
     template <typename Change> void ChangeState(Change change);
     void Keep();
@@ -109,6 +117,7 @@ private:
     std::unique_ptr<Simulator::Machine> m_pMachine;
     mutable std::mutex m_stateMutex;
     State m_state;
+    std::shared_ptr<const Simulator::HeldChart> m_pChart; ///< of `State::chart`
     QString m_strStaged;
     std::shared_ptr<const Simulator::MicroLineCopy> m_pStaged;
     BedRecord m_bed; ///< under the lock of the state too

@@ -159,15 +159,46 @@ TEST_F(DeviceService, ACameraThatIsUnpluggedGivesNoPictureAndTheOtherDoes)
     EXPECT_NE(m_device.Snap(nullptr, picture), 0);
 }
 
+TEST_F(DeviceService, AChartIsInThePicturesFromWhenItIsHeldUntilItIsTakenAway)
+{
+    SimulatedDevice device(Simulator::Machine::Kind::Manual, 1);
+    const auto picture = [&device] {
+        cv::Mat mat;
+        EXPECT_EQ(device.Snap("left", mat), 0);
+        return mat;
+    };
+    const auto differ = [](const cv::Mat& a, const cv::Mat& b) {
+        return cv::norm(a, b, cv::NORM_L1) / static_cast<double>(a.total() * 3);
+    };
+    const cv::Mat bare = picture();
+    EXPECT_FALSE(device.GetState().chart);
+    device.HoldChart({.side = Side::Left, .nPose = 0});
+    ASSERT_TRUE(device.GetState().chart);
+    EXPECT_EQ(device.GetState().chart->nPose, 0);
+    const cv::Mat first = picture();
+    EXPECT_GT(differ(bare, first), 3.0);
+    device.HoldChart({.side = Side::Left, .nPose = 1});
+    EXPECT_GT(differ(first, picture()), 3.0);
+    device.TakeChartAway();
+    EXPECT_FALSE(device.GetState().chart);
+    EXPECT_LT(differ(bare, picture()), 2.0) << "noise only";
+
+    device.HoldChart({.side = Side::Left, .nPose = 1});
+    device.SwapMachine(2);
+    EXPECT_FALSE(device.GetState().chart) << "nobody holds one under the other machine's cameras";
+}
+
 TEST_F(DeviceService, EveryChangeIsTold)
 {
     const QSignalSpy spy(&m_device, &SimulatedDevice::StateChangedSignal);
     m_device.SetLight(0.5);
     m_device.SetPlugged(Side::Right, false);
-    EXPECT_EQ(spy.count(), 2);
+    m_device.HoldChart({});
+    m_device.TakeChartAway();
+    EXPECT_EQ(spy.count(), 4);
     Stage(m_device, g_listTwo);
     EXPECT_EQ(Send(m_device), 1011);
-    EXPECT_EQ(spy.count(), 3);
+    EXPECT_EQ(spy.count(), 5);
 }
 
 TEST_F(DeviceService, ThreadsMaySnapEngraveAndLookAtOnce)

@@ -123,6 +123,80 @@ TEST_F(Panel, CamerasOfAPersonHaveNoSimulatedLightAndPlugs)
     EXPECT_TRUE(panel.findChild<QPushButton*>("pushButton_placeMaterial")->isEnabled());
 }
 
+TEST_F(Panel, AnAutomaticMachineHasNoChart)
+{
+    EXPECT_EQ(Button("pushButton_chartLeft"), nullptr);
+}
+
+/// The front of a manual machine, with the chart that its operator holds.
+class ChartInHand : public testing::Test
+{
+protected:
+    void Press(const char* pName)
+    {
+        auto* const pButton = m_panel.findChild<QPushButton*>(pName);
+        ASSERT_TRUE(pButton->isEnabled()) << pName;
+        QTest::mouseClick(pButton, Qt::LeftButton);
+    }
+    bool IsEnabled(const char* pName) const { return m_panel.findChild<QWidget*>(pName)->isEnabled(); }
+    QString StateText() const { return m_panel.findChild<QLabel*>("label_chartState")->text(); }
+    Simulator::ChartPose Held() const { return m_device.GetState().chart.value(); }
+
+    SimulatedDevice m_device{Simulator::Machine::Kind::Manual, 3};
+    MachinePanel m_panel{m_device, true};
+};
+
+TEST_F(ChartInHand, IsHeldAtOnePoseAfterTheOther)
+{
+    EXPECT_EQ(StateText(), "Nobody holds the calibration chart.");
+    EXPECT_FALSE(IsEnabled("pushButton_chartAway"));
+    QSignalSpy changed(&m_panel, &MachinePanel::BedChangedSignal);
+    Press("pushButton_chartLeft");
+    EXPECT_EQ(StateText(), "The chart is held under the left camera, pose 1.");
+    Press("pushButton_chartLeft");
+    EXPECT_EQ(Held().nPose, 1);
+    Press("pushButton_chartRight");
+    EXPECT_EQ(Held().side, Simulator::Side::Right);
+    EXPECT_EQ(StateText(), "The chart is held under the right camera, pose 1.");
+    EXPECT_EQ(changed.count(), 3);
+}
+
+TEST_F(ChartInHand, IsTiltedTurnedPushedAsideAndTakenAway)
+{
+    Press("pushButton_chartRight");
+    Press("pushButton_chartTilt");
+    EXPECT_EQ(Held().nTilt, 1);
+    for (int i = 0; i < 5; ++i) {
+        Press("pushButton_chartTurn");
+    }
+    EXPECT_EQ(Held().nTurns, 1);
+    auto* const pOutOfView = m_panel.findChild<QCheckBox*>("checkBox_chartOutOfView");
+    pOutOfView->click();
+    EXPECT_TRUE(Held().bOutOfView);
+    EXPECT_EQ(Held().nTilt, 1) << "what was done before stays";
+    pOutOfView->click();
+    EXPECT_FALSE(Held().bOutOfView);
+    pOutOfView->click();
+    Press("pushButton_chartRight");
+    EXPECT_FALSE(pOutOfView->isChecked()) << "the next pose is a good one again";
+    Press("pushButton_chartAway");
+    EXPECT_FALSE(m_device.GetState().chart);
+    EXPECT_FALSE(IsEnabled("pushButton_chartTilt"));
+}
+
+TEST_F(ChartInHand, WhatTheOperatorScriptHoldsIsShown)
+{
+    m_device.HoldChart({.side = Simulator::Side::Left, .nPose = 6});
+    ASSERT_TRUE(QTest::qWaitFor([this] { return StateText().contains("pose 7"); }, 20'000));
+    EXPECT_TRUE(IsEnabled("pushButton_chartTurn"));
+}
+
+TEST_F(ChartInHand, NobodyHoldsOneUnderAPersonsOwnCameras)
+{
+    const MachinePanel panel(m_device, false);
+    EXPECT_EQ(panel.findChild<QPushButton*>("pushButton_chartLeft"), nullptr);
+}
+
 TEST_F(Panel, SpeaksEveryLanguageAtOnce)
 {
     const QString strEnglish = Button("pushButton_placeMaterial")->text();

@@ -1,5 +1,6 @@
 #include "MachinePanel.h"
 
+#include "ChartPanel.h"
 #include "SimulatedDevice.h"
 #include "Texts.h"
 
@@ -84,7 +85,12 @@ void MachinePanel::Build()
     pLayout->addWidget(m_pSeedLabel, 7, 0);
     pLayout->addWidget(m_pSeed, 7, 1);
     pLayout->addWidget(m_pSwap, 8, 0, 1, 2);
-    pLayout->setRowStretch(9, 1);
+    if (m_bCamerasAreSimulated && m_device.Kind() == Simulator::Machine::Kind::Manual) {
+        m_pChart = new ChartPanel(m_device);
+        pLayout->addWidget(m_pChart, 9, 0, 1, 2);
+        connect(m_pChart, &ChartPanel::ChartChangedSignal, this, &MachinePanel::BedChangedSignal);
+    }
+    pLayout->setRowStretch(10, 1);
 
     connect(m_pPlace, &QPushButton::clicked, this, [this] { Run([this] { m_device.PlaceMaterial(); }); });
     connect(m_pEngrave, &QPushButton::clicked, this, [this] { Run([this] { m_device.StartEngraving(); }); });
@@ -150,6 +156,9 @@ void MachinePanel::ShowState()
                                                       : QString());
     for (QPushButton* const pButton : {m_pPlace, m_pScale, m_pSwap}) {
         pButton->setEnabled(bFree);
+    }
+    if (m_pChart) {
+        m_pChart->ShowState();
     }
     const QString strReason =
         m_bCamerasAreSimulated ? QString() : Wording("The cameras are your own: CameraSetting.ini names them.");

@@ -17,6 +17,7 @@ class QSpinBox;
 namespace Workbench
 {
 
+class ChartPanel;
 class SimulatedDevice;
 
 class MachinePanel : public QWidget
@@ -58,6 +59,7 @@ private:
     QSlider* m_pLight;
     QCheckBox* m_pLeftPlug;
     QCheckBox* m_pRightPlug;
+    ChartPanel* m_pChart = nullptr; ///< manual machine with simulated cameras only
     const bool m_bCamerasAreSimulated;
     int m_nJobs = 0;
     JobThread m_jobs; ///< last: its end waits for a job that works on the machine
