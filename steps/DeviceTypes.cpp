@@ -1,6 +1,7 @@
 #include "DeviceTypes.h"
 
 #include "Log.h"
+#include "PageParts.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -8,8 +9,6 @@
 #include <QJsonObject>
 
 #include <array>
-#include <cmath>
-#include <limits>
 
 namespace
 {
@@ -92,16 +91,4 @@ bool ReadDeviceTypes(const QString& strFile, QMap<QString, QStringList>& mapSubM
 int DeviceNumber(const QStringList& subModel, DeviceTypeNumber number)
 {
     return WholePart(subModel.value(number).toDouble());
-}
-
-int WholePart(double dValue)
-{
-    using Limits = std::numeric_limits<int>;
-    if (std::isnan(dValue)) {
-        return 0;
-    }
-    if (dValue <= Limits::min()) {
-        return Limits::min();
-    }
-    return dValue >= Limits::max() ? Limits::max() : static_cast<int>(dValue);
 }

@@ -33,6 +33,3 @@ bool ReadDeviceTypes(const QString& strFile, QMap<QString, QStringList>& mapSubM
 
 /// One number of a sub-model, cut to its whole part. 0 where the list does not have it.
 int DeviceNumber(const QStringList& subModel, DeviceTypeNumber number);
-
-/// The whole part of a number; the nearest `int` where it has none, 0 for what is no number.
-int WholePart(double dValue);

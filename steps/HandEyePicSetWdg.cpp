@@ -44,13 +44,6 @@ constexpr const char* SECOND_INSTRUCTION =
     "3.After uploading the file, perform frame tracing on the device to check if the pattern is undersized / oversized "
     "/ offset.If adjustments are needed, modify the data and click the\u00a0<Upload>\u00a0button again.";
 
-QSize CanvasMm()
-{
-    const QString strFile = GetCalibrationRootPath() + "/Data/CameraSetting.ini";
-    return {WholePart(ReadIniDouble("CANVAS_SIZE", "WIDTH", 900.0, strFile)),
-            WholePart(ReadIniDouble("CANVAS_SIZE", "HEIGHT", 600.0, strFile))};
-}
-
 int ReadProgressInt(const char* pKey, int nDefault)
 {
     return ReadIniInt(g_pProgressSection, pKey, nDefault, ProgressFile());

@@ -18,6 +18,8 @@
 #include <QToolButton>
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
 namespace
 {
@@ -143,6 +145,25 @@ void ShowMarkOfRow(DualGraphicsView& view, const QListWidget& list, const QListW
     const QPoint point(numbers[0].toInt(), numbers.value(1).toInt());
     view.centerOn(point);
     ShowHint(view, list.currentRow() + 1, point);
+}
+
+int WholePart(double dValue)
+{
+    using Limits = std::numeric_limits<int>;
+    if (std::isnan(dValue)) {
+        return 0;
+    }
+    if (dValue <= Limits::min()) {
+        return Limits::min();
+    }
+    return dValue >= Limits::max() ? Limits::max() : static_cast<int>(dValue);
+}
+
+QSize CanvasMm()
+{
+    const QString strFile = GetCalibrationRootPath() + "/Data/CameraSetting.ini";
+    return {WholePart(ReadIniDouble("CANVAS_SIZE", "WIDTH", 900.0, strFile)),
+            WholePart(ReadIniDouble("CANVAS_SIZE", "HEIGHT", 600.0, strFile))};
 }
 
 bool CopyFolder(const QString& strFrom, const QString& strTo)

@@ -79,6 +79,11 @@ void ShowLastCrossPos(const DualGraphicsView& view, QLabel& label);
 /// @param list  its current row is the number of the cross
 void ShowMarkOfRow(DualGraphicsView& view, const QListWidget& list, const QListWidgetItem& item);
 
+/// The whole part of a number; the nearest `int` where it has none, 0 for what is no number.
+int WholePart(double dValue);
+/// The machine's canvas that the settings name, 900 x 600 where they name none. Also off the GUI thread.
+QSize CanvasMm();
+
 /// Copies all files and folders below `strFrom` into `strTo`, which is made; files of the same name are replaced.
 /// False where anything could not be copied; the rest is copied all the same.
 bool CopyFolder(const QString& strFrom, const QString& strTo);

@@ -2,6 +2,7 @@
 
 #include "DeviceTypes.h"
 #include "ModuleDoubles.h"
+#include "PageParts.h"
 
 #include <gmock/gmock.h>
 
