@@ -77,9 +77,21 @@ inline const std::vector<RunTimeKeys>& KeysAtRunTime()
     return keys;
 }
 
-/// The same in every language: titles of forms that no one sees, a unit, signs, and a state that style sheets know.
+/// The same in every language: titles of forms that no one sees, a unit, signs, a state that style sheets know, no
+/// camera, and parts of paths.
 inline const QStringList& TextsWithoutWording()
 {
-    static const QStringList texts{"Form", "mm", "+", "-", "DualCamera_Flow_Step4"};
+    static const QStringList texts{"Form",
+                                   "mm",
+                                   "+",
+                                   "-",
+                                   "DualCamera_Flow_Step4",
+                                   "None",
+                                   "/Vision/calib/Camera_Two/Output/",
+                                   "L_images/",
+                                   "R_images/",
+                                   ".png",
+                                   "cameraL_calibrateMap.xml",
+                                   "cameraR_calibrateMap.xml"};
     return texts;
 }
