@@ -402,6 +402,27 @@ bool CreateHomography(const std::vector<cv::Point2f>& source, const std::vector<
     return bOk;
 }
 
+bool CalibrationMatchPointsForDualCam(const cv::Mat& left, const ImageDirFlags&, const cv::Rect& leftRoi,
+                                      const cv::Mat& right, const ImageDirFlags&, const cv::Rect& rightRoi,
+                                      const double& a, const double& b, const double& ratio,
+                                      std::vector<cv::Point2f>& first, std::vector<cv::Point2f>& second)
+{
+    Doubles::State& state = Doubles::The();
+    state.matchings.push_back({left, right, leftRoi, rightRoi, a, b, ratio, first.size() + second.size()});
+    first = state.matchedFirst;
+    second = state.matchedSecond;
+    return Call("CalibrationMatchPointsForDualCam", "");
+}
+
+bool CreateMatchesImage(const cv::Mat&, const ImageDirFlags&, const cv::Mat&, const ImageDirFlags&,
+                        const std::vector<cv::Point2f>& first, const std::vector<cv::Point2f>& second, cv::Mat& out)
+{
+    const bool bOk = Call("CreateMatchesImage", std::to_string(first.size()) + "," + std::to_string(second.size()) +
+                                                    (out.empty() ? "" : " not empty"));
+    out = Doubles::The().matchesPicture.clone();
+    return bOk;
+}
+
 bool DoBlendingImageForDualCam(const cv::Mat& left, const ImageDirFlags&, const cv::Mat&, const ImageDirFlags&,
                                const double& a, const double& b, const cv::Mat&, double& score, cv::Mat& dst)
 {

@@ -40,6 +40,14 @@ struct BoardSearch {
     cv::Ptr<cv::Feature2D> detector;
 };
 
+/// What one CalibrationMatchPointsForDualCam was given. Pixels are shared.
+struct Matching {
+    cv::Mat left, right;
+    cv::Rect leftRoi, rightRoi;
+    double dA = 0.0, dB = 0.0, dRatio = 0.0;
+    std::size_t nPoints = 0; ///< in the two lists, as they came in
+};
+
 struct State {
     std::vector<std::string> journal;                  ///< module calls in order, as "Name(arguments that matter)"
     std::vector<std::pair<int, std::string>> logLines; ///< level and text
@@ -52,7 +60,10 @@ struct State {
 
     int nReadBits = 0; ///< overrides the depth that Read_Image reports, where not 0
     bool bBlendEmpty = false;
-    cv::Mat homography;                  ///< what LoadHomography gives
+    cv::Mat homography;                                   ///< what LoadHomography gives
+    std::vector<Matching> matchings;                      ///< of each CalibrationMatchPointsForDualCam
+    std::vector<cv::Point2f> matchedFirst, matchedSecond; ///< what it gives
+    cv::Mat matchesPicture;                               ///< what CreateMatchesImage gives
     std::vector<Fit> fits;               ///< of each CreateHomography, which gives the identity times its ordinal
     float fPairX = 0.0f, fPairY = 0.0f;  ///< added by the pair's conversions
     bool bMirrorPair = false;            ///< the pair's x runs backward
