@@ -11,6 +11,8 @@
 namespace Workbench
 {
 
+inline constexpr const char* g_pManualFlow = "manual"; ///< `AccuracyReport::strFlow`
+
 struct ErrorFigures {
     double rms = 0.0;
     double p95 = 0.0;
@@ -34,7 +36,9 @@ struct AccuracyReport {
     int nExpected = 0;                 ///< dots that were engraved
     std::vector<MeasuredPoint> points; ///< dots that were found
     std::vector<double> seamMm;        ///< disagreement of the two cameras, a dot each
-    int nSeamExpected = 0;             ///< dots in the band that both cameras are calibrated for
+    /// Dots in the band that both cameras are calibrated for; in the manual flow, where no cross is on both pictures,
+    /// those that both show.
+    int nSeamExpected = 0;
     /// The same wherever both pictures show a dot, also hundreds of millimetres outside of a camera's own crosses,
     /// where its model is a guess and the work area picture shows the other camera. Told, promised nowhere.
     std::vector<double> overlapMm;

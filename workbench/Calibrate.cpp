@@ -68,14 +68,33 @@ void Write(const QString& strFile, const cv::Mat& picture)
 OperatorScript ScriptFor(const CommandLine& line, HostSession& session, std::uint64_t nSeed)
 {
     if (!line.strScript.isEmpty()) {
-        return ReadOperatorScript(line.strScript);
+        return ReadOperatorScript(line.strScript, session.Device().Kind());
     }
     Simulator::ClickOptions clicks;
-    clicks.sigmaPx = line.dClickErrorPx;
+    clicks.sigmaPx = line.ClickErrorPx();
     clicks.nSeed = nSeed;
+    if (line.IsManual()) {
+        return SimulatedManualOperator(nSeed, clicks, DataRoot() + "/Vision/calib/Camera_Two/Output");
+    }
     OperatorScript script;
     session.Device().WithMachine([&](Simulator::Machine& machine) { script = SimulatedOperator(machine, clicks); });
     return script;
+}
+
+MachineHands HandsOn(SimulatedDevice& device, bool bSimulatedCameras)
+{
+    MachineHands hands;
+    hands.hasPattern = [&device] { return !device.GetState().strPattern.isEmpty(); };
+    hands.isEngraved = [&device] { return device.GetState().bEngraved; };
+    hands.startEngraving = [&device] { return device.StartEngraving(); };
+    if (bSimulatedCameras) {
+        hands.holdChart = [&device](bool bRight, int nPose) {
+            device.HoldChart({.side = bRight ? Simulator::Side::Right : Simulator::Side::Left, .nPose = nPose});
+            return true;
+        };
+        hands.takeChartAway = [&device] { device.TakeChartAway(); };
+    }
+    return hands;
 }
 
 /// From the opening of the wizard to its end. The calibration of before comes back where the end is not reached.
@@ -102,10 +121,8 @@ void Calibrate(HostSession& session, const OperatorScript& script)
             session.Files().Conclude(false);
             throw Failure("The plug-in has opened no wizard.");
         }
-        SimulatedDevice& device = session.Device();
-        WizardOperator wizardOperator(script, {[&device] { return !device.GetState().strPattern.isEmpty(); },
-                                               [&device] { return device.GetState().bEngraved; },
-                                               [&device] { return device.StartEngraving(); }});
+        WizardOperator wizardOperator(script,
+                                      HandsOn(session.Device(), session.Cameras() == CameraOwner::SimulatedMachine));
         QObject::connect(&wizardOperator, &WizardOperator::ProgressSignal,
                          [](const QString& strWhat) { Say("  " + strWhat); });
         bFinished = wizardOperator.Run();
@@ -153,7 +170,12 @@ int Measure(HostSession& session, const QString& strOut, AccuracyReport& report)
         MeasureDots(host, workArea, dots, crosses, report);
         Write(strOut + "/work_area.png", workArea);
     }
-    MeasureSeam(left, right, dots, grid, report);
+    if (session.Device().Kind() == Simulator::Machine::Kind::Manual) {
+        session.Device().WithMachine(
+            [&](const Simulator::Machine& machine) { MeasureManualSeam(left, right, dots, machine, report); });
+    } else {
+        MeasureSeam(left, right, dots, grid, report);
+    }
     Write(strOut + "/error_map.png", DrawErrorMap(report, crosses));
     report.dMemoryMib = PeakMemoryMib();
     if (!WriteReport(report, strOut + "/report.json")) {
@@ -183,15 +205,15 @@ int RunCalibrate(const CommandLine& line)
     RemoveResults(strOut);
 
     AccuracyReport report;
-    report.strFlow = "automatic";
-    report.dClickErrorPx = line.dClickErrorPx;
+    report.strFlow = line.strFlow;
+    report.dClickErrorPx = line.ClickErrorPx();
 
     if (bDemo) {
         // One that was interrupted is not resumed but begun again, on a bed that nothing has happened to.
         QFile::remove(DataRoot() + "/Vision/calib/Camera_Two/Progress.ini");
         QFile::remove(DataRoot() + "/Data/SimulatedMachine.json");
     }
-    HostSession session(Simulator::Machine::Kind::Automatic,
+    HostSession session(line.IsManual() ? Simulator::Machine::Kind::Manual : Simulator::Machine::Kind::Automatic,
                         bDemo || line.bSeedGiven ? std::optional(line.nSeed) : std::nullopt);
     const std::uint64_t nSeed = session.Device().GetState().nSeed;
     report.nSeed = nSeed;
@@ -205,8 +227,9 @@ int RunCalibrate(const CommandLine& line)
     }
     const OperatorScript script = ScriptFor(line, session, nSeed);
     report.workAreaMm = cv::Size(session.Device().WorkAreaMm());
-    Say(bSimulated ? QString("Calibrating the simulated machine, seed %1, through the wizard").arg(nSeed)
-                   : QString("Calibrating the cameras of CameraSetting.ini through the wizard"));
+    Say(bSimulated
+            ? QString("Calibrating the simulated %1 machine, seed %2, through the wizard").arg(line.strFlow).arg(nSeed)
+            : QString("Calibrating the cameras of CameraSetting.ini through the wizard"));
     const Stopwatch stopwatch;
     Calibrate(session, script);
     report.dSecondsCalibrate = stopwatch.Seconds();

@@ -92,8 +92,8 @@ void TakeOption(CommandLine& line, const QString& strName, const QString& strVal
             throw Wrong(QString("The seed must be a whole number, not '%1'.").arg(strValue));
         }
     } else if (strName == "--click-error") {
-        line.dClickErrorPx = Number(strValue, "The click error");
-        if (line.dClickErrorPx < 0.0 || line.dClickErrorPx > 100.0) {
+        line.clickErrorPx = Number(strValue, "The click error");
+        if (*line.clickErrorPx < 0.0 || *line.clickErrorPx > 100.0) {
             throw Wrong("The click error must lie between 0 and 100 px.");
         }
     }
@@ -156,7 +156,7 @@ CommandLine ParseCommandLine(const QStringList& listWords)
     if (line.strCommand == "picture" && (line.strLeft.isEmpty() || line.strRight.isEmpty() || line.strOut.isEmpty())) {
         throw Wrong("picture needs --left, --right and --out.");
     }
-    if (line.strCommand == "calibrate" && line.strFlow != "automatic") {
+    if (line.strCommand == "calibrate" && line.IsManual()) {
         throw Wrong("The manual flow cannot be calibrated by command yet.");
     }
     return line;
@@ -177,13 +177,14 @@ Commands
       --seed N              which simulated machine (default: 1)
       --click-error PX      how far the simulated operator's clicks are off, sigma in pixels (default: 3)
       --data DIR            where the calibration goes (default: data below the --out folder)
-  calibrate [--flow automatic]
+  calibrate [--flow automatic|manual]
                             the same on the machine of the data folder: an interrupted run is resumed, and cameras that
                             CameraSetting.ini names take the place of the simulated ones (then --script is needed, and only
                             work_area.png is made)
+      --flow manual         the manual machine: charts, fusion, eighteen marks
       --script FILE         the operator's clicks as JSON instead of the simulated operator's
       --out, --seed, --click-error, --data
-                            as above; without --data the user's configuration folder
+                            as above; without --data the user's configuration folder; clicks are 1 px off in the manual flow
   --gui                     the window: live work area picture, calibration wizard, the simulated machine's panel, log
       --flow automatic|manual   which simulated machine it is for (default: automatic)
       --seed N              which one of them (default: the one of the last time, or 1)

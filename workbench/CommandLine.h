@@ -7,6 +7,7 @@
 #include <QStringList>
 
 #include <cstdint>
+#include <optional>
 
 namespace Workbench
 {
@@ -20,11 +21,16 @@ struct CommandLine {
     double dX = 0.0;        ///< pixel or millimetre
     double dY = 0.0;        ///< pixel or millimetre
     QSize sizeMm;           ///< work area; not valid where the machine's own is meant
-    QString strFlow = "automatic"; ///< or "manual": which machine
-    QString strScript;             ///< file of what the operator does; empty for the simulated operator
-    std::uint64_t nSeed = 1;       ///< of the simulated machine
-    bool bSeedGiven = false;       ///< else any machine that was left is meant, where one was
-    double dClickErrorPx = 3.0;    ///< sigma of the simulated operator's clicks
+    QString strFlow = "automatic";      ///< or "manual": which machine
+    QString strScript;                  ///< file of what the operator does; empty for the simulated operator
+    std::uint64_t nSeed = 1;            ///< of the simulated machine
+    bool bSeedGiven = false;            ///< else any machine that was left is meant, where one was
+    std::optional<double> clickErrorPx; ///< sigma of the simulated operator's clicks
+
+    bool IsManual() const { return strFlow == "manual"; }
+    /// The automatic flow brings a click onto its cross; in the manual flow it stays where it is, and a person who
+    /// knows that takes more care.
+    double ClickErrorPx() const { return clickErrorPx.value_or(IsManual() ? 1.0 : 3.0); }
 };
 
 /// Throws `Failure` with the code `WrongUse` for words that mean nothing.

@@ -4,12 +4,15 @@
 #include "DotLocator.h"
 #include "Failure.h"
 #include "FisheyeCalibrationDllR.h"
+#include "FusedFrame.h"
+#include "KorvaneVision.h"
 #include "Stopwatch.h"
 
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 namespace Workbench
 {
@@ -46,6 +49,11 @@ cv::Rect2d HullOf(const std::vector<cv::Point2d>& crosses)
     return {low, high};
 }
 
+QString ResultFolder()
+{
+    return DataRoot() + "/Vision/calib/Camera_Two/Result/";
+}
+
 /// One camera's picture alone in the machine frame: it takes both places of the stitching.
 cv::Mat StitchAlone(const cv::Mat& picture, const QString& strRecord, const cv::Size& sizePx)
 {
@@ -60,6 +68,47 @@ cv::Mat StitchAlone(const cv::Mat& picture, const QString& strRecord, const cv::
     return Grey(alone);
 }
 
+/// Both pictures, each alone in the machine frame.
+struct AlonePictures {
+    cv::Mat left;
+    cv::Mat right;
+};
+
+cv::Mat ReadHomography(const QString& strFile)
+{
+    cv::Mat homography;
+    if (!Korvane::CameraCalibration::LoadHomography(strFile.toLocal8Bit().toStdString(), homography)) {
+        throw Failure("The homography %1 cannot be read.", {strFile});
+    }
+    return homography;
+}
+
+AlonePictures EachAlone(const cv::Mat& left, const cv::Mat& right, const cv::Size& sizePx)
+{
+    return {StitchAlone(left, ResultFolder() + "L_AutoDualCalibrate.xml", sizePx),
+            StitchAlone(right, ResultFolder() + "R_AutoDualCalibrate.xml", sizePx)};
+}
+
+/// Manual flow: the road of a work area picture, without the blending.
+AlonePictures EachAlone(const cv::Mat& left, const cv::Mat& right, const cv::Size& sizePx,
+                        const Simulator::Machine& machine)
+{
+    const cv::Mat leftFromRight = ReadHomography(ResultFolder() + "mapImgR2L.xml");
+    const std::optional<Simulator::FusedFrame> frame = Simulator::AskFusedFrame(machine, leftFromRight);
+    if (!frame) {
+        throw Failure("One camera alone could not be brought into the machine frame.");
+    }
+    const cv::Matx33d mmFromFused(ReadHomography(ResultFolder() + "DualCamera_pix2mm.xml"));
+    const cv::Matx33d areaFromMm = cv::Matx33d::diag({g_dPxPerMm, g_dPxPerMm, 1.0});
+    const cv::Matx33d fusedFromLeft(1.0, 0.0, frame->originPx.x, 0.0, 1.0, frame->originPx.y, 0.0, 0.0, 1.0);
+    const cv::Matx33d areaFromLeft = areaFromMm * mmFromFused * fusedFromLeft;
+    AlonePictures alone;
+    cv::warpPerspective(Grey(left), alone.left, areaFromLeft * Simulator::UprightFromRaw(left.size()), sizePx);
+    cv::warpPerspective(Grey(right), alone.right,
+                        areaFromLeft * cv::Matx33d(leftFromRight) * Simulator::UprightFromRaw(right.size()), sizePx);
+    return alone;
+}
+
 /// True where a camera's picture alone shows all that the locator looks at around a place.
 bool Shows(const cv::Mat& alone, const cv::Point2d& placePx)
 {
@@ -68,6 +117,14 @@ bool Shows(const cv::Mat& alone, const cv::Point2d& placePx)
     const cv::Rect window(cvRound(placePx.x) - nHalf, cvRound(placePx.y) - nHalf, 2 * nHalf + 1, 2 * nHalf + 1);
     const cv::Rect inside = window & cv::Rect(0, 0, alone.cols, alone.rows);
     return inside == window && cv::countNonZero(alone(window)) == window.area();
+}
+
+/// How far apart the two show the dot that was engraved there; empty where one of them does not show it.
+std::optional<double> ApartMm(const AlonePictures& alone, const cv::Point2d& placePx)
+{
+    const auto a = LocateDot(alone.left, placePx, DotsToLocate());
+    const auto b = LocateDot(alone.right, placePx, DotsToLocate());
+    return a && b ? std::optional(cv::norm(*a - *b) / g_dPxPerMm) : std::nullopt;
 }
 
 } // namespace
@@ -136,29 +193,38 @@ void MeasureSeam(const cv::Mat& left, const cv::Mat& right, const std::vector<Si
 {
     const double dFromMm = grid.startMm.x + grid.columnSpacingMm * (grid.nCol - grid.nColSingle);
     const double dToMm = grid.startMm.x + grid.columnSpacingMm * (grid.nColSingle - 1);
-    const QString strResult = DataRoot() + "/Vision/calib/Camera_Two/Result/";
-    const cv::Mat leftAlone = StitchAlone(left, strResult + "L_AutoDualCalibrate.xml", report.picturePx);
-    const cv::Mat rightAlone = StitchAlone(right, strResult + "R_AutoDualCalibrate.xml", report.picturePx);
+    const AlonePictures alone = EachAlone(left, right, report.picturePx);
     for (const Simulator::EngravedDot& dot : dots) {
         const cv::Point2d place = dot.centreMm * g_dPxPerMm;
         const bool bSeam = dot.centreMm.x >= dFromMm && dot.centreMm.x <= dToMm;
-        const bool bOverlap = Shows(leftAlone, place) && Shows(rightAlone, place);
+        const bool bOverlap = Shows(alone.left, place) && Shows(alone.right, place);
         if (!bSeam && !bOverlap) {
             continue;
         }
         report.nSeamExpected += bSeam ? 1 : 0;
         report.nOverlapExpected += bOverlap ? 1 : 0;
-        const auto a = LocateDot(leftAlone, place, DotsToLocate());
-        const auto b = LocateDot(rightAlone, place, DotsToLocate());
-        if (!a || !b) {
+        const std::optional<double> apartMm = ApartMm(alone, place);
+        if (apartMm && bSeam) {
+            report.seamMm.push_back(*apartMm);
+        }
+        if (apartMm && bOverlap) {
+            report.overlapMm.push_back(*apartMm);
+        }
+    }
+}
+
+void MeasureManualSeam(const cv::Mat& left, const cv::Mat& right, const std::vector<Simulator::EngravedDot>& dots,
+                       const Simulator::Machine& machine, AccuracyReport& report)
+{
+    const AlonePictures alone = EachAlone(left, right, report.picturePx, machine);
+    for (const Simulator::EngravedDot& dot : dots) {
+        const cv::Point2d place = dot.centreMm * g_dPxPerMm;
+        if (!Shows(alone.left, place) || !Shows(alone.right, place)) {
             continue;
         }
-        const double dApartMm = cv::norm(*a - *b) / g_dPxPerMm;
-        if (bSeam) {
-            report.seamMm.push_back(dApartMm);
-        }
-        if (bOverlap) {
-            report.overlapMm.push_back(dApartMm);
+        ++report.nSeamExpected;
+        if (const std::optional<double> apartMm = ApartMm(alone, place)) {
+            report.seamMm.push_back(*apartMm);
         }
     }
 }

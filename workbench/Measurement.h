@@ -38,4 +38,9 @@ void MeasureDots(PluginHost& host, const cv::Mat& workArea, const std::vector<Si
 void MeasureSeam(const cv::Mat& left, const cv::Mat& right, const std::vector<Simulator::EngravedDot>& dots,
                  const Simulator::CrossGrid& grid, AccuracyReport& report);
 
+/// The same for the manual flow; the seam is wherever both pictures show a dot.
+/// @param machine  tells where its operator sees things in the fused picture
+void MeasureManualSeam(const cv::Mat& left, const cv::Mat& right, const std::vector<Simulator::EngravedDot>& dots,
+                       const Simulator::Machine& machine, AccuracyReport& report);
+
 } // namespace Workbench

@@ -1,35 +1,52 @@
 #pragma once
 
-// What the operator does in the wizard when no person sits there: which machine is chosen, and where each camera's
-// crosses are clicked, in the order of the clicks. docs/command-line.md has the file's format.
+// What the operator does in the wizard when no person sits there: which machine is chosen, and where the crosses are
+// clicked, in the order of the clicks; in the manual flow also which region is drawn over the two pictures. The file's
+// format stands in docs/command-line.md.
+
+#include "Machine.h"
 
 #include <QPointF>
-#include <QSizeF>
+#include <QRectF>
+#include <QSize>
 #include <QString>
 
+#include <functional>
 #include <vector>
 
 namespace Simulator
 {
-class Machine;
 struct ClickOptions;
-} // namespace Simulator
+}
 
 namespace Workbench
 {
 
 struct OperatorScript {
     QString strSubModel; ///< name in the list of machines; empty to take the one that is selected
-    /// Pixels of the pictures as the wizard shows them: the left one turned by 180 degrees.
+    /// Automatic flow: pixels of the pictures as the wizard shows them, the left one turned by 180 degrees.
     std::vector<QPointF> left;
     std::vector<QPointF> right;
+    /// Manual flow: the rectangle across the seam, in shares of the two pictures side by side, 0 to 1.
+    QRectF region;
+    /// Manual flow: pixels of the fused picture as the wizard shows it, in the order of the pattern.
+    std::vector<QPointF> marks;
+    /// In place of `marks`, for who can only tell once the picture is shown; empty where the crosses are not found.
+    std::function<std::vector<QPointF>()> findMarks;
 };
 
-/// Throws `Failure` for a file that cannot be read, is no JSON or names no points for a camera.
-OperatorScript ReadOperatorScript(const QString& strFile);
+/// Throws `Failure` for a file that cannot be read, is no JSON or lacks what the flow needs.
+OperatorScript ReadOperatorScript(const QString& strFile, Simulator::Machine::Kind flow);
 
 /// The operator of a simulated machine, whose clicks are off. Throws `Failure` when a camera does not see its crosses.
 OperatorScript SimulatedOperator(const Simulator::Machine& machine, const Simulator::ClickOptions& options);
+
+/// The same for the manual flow.
+/// @param nSeed  of the machine, whose cameras' places the operator knows
+/// @param strOutput  folder of the run's working files: the fused picture follows from the homography that the run has
+///                   found, and so do the places of the crosses in it
+OperatorScript SimulatedManualOperator(std::uint64_t nSeed, const Simulator::ClickOptions& options,
+                                       const QString& strOutput);
 
 /// Where a pixel of the left camera's raw picture lies in the turned picture of the wizard, and back.
 QPointF TurnedPoint(QPointF point, QSize picture);

@@ -1,24 +1,18 @@
 #include "WizardOperator.h"
 
 #include "Log.h"
+#include "OperatorHands.h"
 #include "Translator.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QComboBox>
-#include <QCursor>
 #include <QDialog>
-#include <QGraphicsPixmapItem>
-#include <QGraphicsView>
-#include <QKeyEvent>
-#include <QListWidget>
+#include <QLabel>
 #include <QMainWindow>
 #include <QMessageBox>
-#include <QMouseEvent>
-#include <QScrollBar>
 #include <QToolButton>
-#include <QWheelEvent>
 
-#include <algorithm>
 #include <chrono>
 
 namespace Workbench
@@ -30,90 +24,30 @@ namespace
 constexpr int g_nLookMs = 5;
 /// Longer than the slowest thing a page does, which is a calibration on a small computer.
 constexpr qint64 g_nPatienceMs = 120'000;
-/// A view pixel is a picture pixel then, and a click as exact as the picture.
-constexpr double g_dClickScale = 1.0;
-constexpr int g_nMostTurns = 400;
-constexpr int g_nNotch = 120;
 /// Phase of a page on which there is nothing more to do.
 constexpr int g_nLeft = 1000;
 
-QString Wording(const QString& strKey)
+/// The camera that a page is about: pages of two cameras show it in their step bar or above their picture.
+bool IsAboutTheRightCamera(const QWidget& page)
 {
-    return CTranslator::GetInstance()->GetWording(strKey);
-}
-
-QMainWindow* FindWizard()
-{
-    for (QWidget* pWidget : QApplication::topLevelWidgets()) {
-        if (pWidget->objectName() == "CalibrateTwoCameraWnd" && pWidget->isVisible()) {
-            return qobject_cast<QMainWindow*>(pWidget);
-        }
+    if (const auto* const pCamera = page.findChild<QLabel*>("label_photoRange")) {
+        return pCamera->text() == WizardWording("Right camera photo range");
     }
-    return nullptr;
+    const auto* const pRightStep = page.findChild<QToolButton*>("toolButton_Step4");
+    return page.inherits("AutoDualCalibrateWdg") && pRightStep && pRightStep->property("Enable").toString() == "true";
 }
 
-bool ShowsPicture(const QGraphicsView& view)
+bool IsGoodNews(const QString& strText)
 {
-    const QList<QGraphicsItem*> items = view.items();
-    return std::any_of(items.begin(), items.end(), [](const QGraphicsItem* pItem) {
-        const auto* pPicture = qgraphicsitem_cast<const QGraphicsPixmapItem*>(pItem);
-        return pPicture && !pPicture->pixmap().isNull();
-    });
-}
-
-/// Posted, since the press may open a box whose event loop this object must look into.
-void PostClick(QAbstractButton* pButton)
-{
-    QMetaObject::invokeMethod(pButton, &QAbstractButton::click, Qt::QueuedConnection);
-}
-
-void PostKey(QWidget* pWidget, int nKey)
-{
-    QApplication::postEvent(pWidget, new QKeyEvent(QEvent::KeyPress, nKey, Qt::NoModifier));
-    QApplication::postEvent(pWidget, new QKeyEvent(QEvent::KeyRelease, nKey, Qt::NoModifier));
-}
-
-void PostDoubleClick(QWidget* pViewport, QPoint place)
-{
-    const QPointF local(place);
-    const QPointF global(pViewport->mapToGlobal(place));
-    const auto post = [&](QEvent::Type type, Qt::MouseButtons held) {
-        QApplication::postEvent(pViewport, new QMouseEvent(type, local, global, Qt::LeftButton, held, Qt::NoModifier));
-    };
-    post(QEvent::MouseButtonPress, Qt::LeftButton);
-    post(QEvent::MouseButtonRelease, Qt::NoButton);
-    post(QEvent::MouseButtonDblClick, Qt::LeftButton);
-    post(QEvent::MouseButtonRelease, Qt::NoButton);
-}
-
-/// Sent, so that the mouse is still there when the view looks for it.
-void TurnWheel(QWidget* pViewport, QPoint place, int nNotches)
-{
-    const QPoint global = pViewport->mapToGlobal(place);
-    QCursor::setPos(global);
-    QMouseEvent move(QEvent::MouseMove, QPointF(place), QPointF(global), Qt::NoButton, Qt::NoButton, Qt::NoModifier);
-    QApplication::sendEvent(pViewport, &move);
-    QWheelEvent wheel(QPointF(place), QPointF(global), QPoint(), QPoint(0, nNotches * g_nNotch), Qt::NoButton,
-                      Qt::NoModifier, Qt::NoScrollPhase, false);
-    QApplication::sendEvent(pViewport, &wheel);
-}
-
-/// Moves the picture by the right button.
-void Drag(QWidget* pViewport, QPoint from, QPoint by)
-{
-    const auto send = [&](QEvent::Type type, QPoint place, Qt::MouseButton button, Qt::MouseButtons held) {
-        const QPoint global = pViewport->mapToGlobal(place);
-        QCursor::setPos(global);
-        QMouseEvent event(type, QPointF(place), QPointF(global), button, held, Qt::NoModifier);
-        QApplication::sendEvent(pViewport, &event);
-    };
-    send(QEvent::MouseMove, from, Qt::NoButton, Qt::NoButton);
-    send(QEvent::MouseButtonPress, from, Qt::RightButton, Qt::RightButton);
-    send(QEvent::MouseMove, from + by, Qt::NoButton, Qt::RightButton);
-    send(QEvent::MouseButtonRelease, from + by, Qt::RightButton, Qt::NoButton);
+    return strText == WizardWording("Adjusting success!") || strText == WizardWording("Camera Calibration success!");
 }
 
 } // namespace
+
+QString WizardWording(const QString& strKey)
+{
+    return CTranslator::GetInstance()->GetWording(strKey);
+}
 
 WizardOperator::WizardOperator(OperatorScript script, MachineHands hands)
     : m_script(std::move(script)), m_hands(std::move(hands))
@@ -187,9 +121,11 @@ void WizardOperator::AnswerBox(QMessageBox& box)
         const QList<QAbstractButton*> buttons = box.buttons();
         pButton = buttons.isEmpty() ? nullptr : buttons.first();
     }
-    // The one piece of good news. The exit prompt is met only after a failure.
-    if (strText != Wording("Adjusting success!") && !bPrompt) {
-        Fail(QString("The wizard said: %1").arg(strText));
+    if (strText == WizardWording("Poor picture quality, Please re-shoot!")) {
+        m_bPoorPicture = true;
+    } else if (!IsGoodNews(strText) && !bPrompt) {
+        // The exit prompt is met only after a failure.
+        Fail(QString("The wizard said: %1").arg(strText.simplified()));
     }
     if (pButton) {
         PostClick(pButton);
@@ -204,16 +140,20 @@ void WizardOperator::UsePage(QMainWindow& window)
     if (!pPage) {
         return;
     }
-    // The left and the right camera share a page, whose step bar tells which one it is.
-    const auto* pRightStep = pPage->findChild<QToolButton*>("toolButton_Step4");
-    const bool bRightSide = pRightStep && pRightStep->property("Enable").toString() == "true";
+    const bool bRightSide = IsAboutTheRightCamera(*pPage);
     if (pPage != m_page || bRightSide != m_bRightSide) {
         m_page = pPage;
         m_bRightSide = bRightSide;
         m_nPhase = 0;
         m_nClicked = 0;
         m_nTurns = 0;
+        m_nPoses = 0;
+        m_nPoor = 0;
         m_sincePhase.restart();
+    }
+    if (m_bChartHeld && !pPage->inherits("CalibrateWdg")) {
+        m_bChartHeld = false;
+        m_hands.takeChartAway();
     }
     if (pPage->inherits("HandEyePicSetWdg")) {
         UseWorkAreaPage(*pPage);
@@ -223,6 +163,12 @@ void WizardOperator::UsePage(QMainWindow& window)
         UseCoordinatePage(*pPage);
     } else if (pPage->inherits("StitchingWdg")) {
         UseStitchingPage(*pPage);
+    } else if (pPage->inherits("CalibrateWdg")) {
+        UseChartPage(*pPage);
+    } else if (pPage->inherits("FusionWdg")) {
+        UseFusionPage(*pPage);
+    } else if (pPage->inherits("HandEyeAdjustWdg")) {
+        UseMarkPage(*pPage);
     } else {
         Fail(QString("The operator does not know the page %1.").arg(pPage->metaObject()->className()));
     }
@@ -287,6 +233,11 @@ void WizardOperator::UseWaitPage(QWidget& page)
             GoBack(page);
             break;
         }
+        if (m_hands.isEngraved()) {
+            // Before the run died.
+            m_nPhase = 2;
+            break;
+        }
         m_engraving = std::async(std::launch::async, m_hands.startEngraving);
         NextPhase("Engraving the pattern");
         break;
@@ -302,127 +253,6 @@ void WizardOperator::UseWaitPage(QWidget& page)
         break;
     case 2:
         if (Press(page, "pushButton_next")) {
-            NextPhase();
-        }
-        break;
-    default:
-        break;
-    }
-}
-
-void WizardOperator::UseCoordinatePage(QWidget& page)
-{
-    auto* pView = page.findChild<QGraphicsView*>("graphicsView");
-    auto* pList = page.findChild<QListWidget*>("listWidget_Coord");
-    if (!pView || !pList) {
-        Fail("The page for the crosses has no picture.");
-        return;
-    }
-    const std::vector<QPointF>& points = m_bRightSide ? m_script.right : m_script.left;
-    switch (m_nPhase) {
-    case 0:
-        // A run that died early is resumed here also before anything was engraved.
-        if (m_bToTheStart || !m_hands.isEngraved()) {
-            GoBack(page);
-            break;
-        }
-        // Shut for some seconds after the picture before.
-        if (Press(page, "pushButton_takePic")) {
-            NextPhase(m_bRightSide ? "Taking the right picture" : "Taking the left picture");
-        }
-        break;
-    case 1:
-        if (ShowsPicture(*pView)) {
-            NextPhase(QString("Clicking %1 crosses").arg(points.size()));
-        }
-        break;
-    case 2:
-        if (m_nClicked == points.size()) {
-            NextPhase(m_bRightSide ? "Calibrating the right camera" : "Calibrating the left camera");
-        } else {
-            ClickCross(page, *pView, points[m_nClicked], pList->count());
-        }
-        break;
-    case 3:
-        if (Press(page, "pushButton_confirm")) {
-            m_bRightDone = m_bRightSide;
-            NextPhase();
-        } else {
-            Fail(QString("The page does not take %1 crosses as all of them.").arg(points.size()));
-        }
-        break;
-    default:
-        break;
-    }
-}
-
-// Zooms until the cross is large and clear of what floats over the picture, then adds a point there.
-void WizardOperator::ClickCross(QWidget& page, QGraphicsView& view, QPointF target, int nListed)
-{
-    if (static_cast<std::size_t>(nListed) > m_nClicked) {
-        ++m_nClicked;
-        m_nTurns = 0;
-        m_sincePhase.restart();
-        return;
-    }
-    auto* pAdd = page.findChild<QToolButton*>("toolButton_Add");
-    if (pAdd && !pAdd->isEnabled() && m_nClicked == 0) {
-        // The run died before the page of the pattern had kept its size.
-        m_bToTheStart = true;
-        m_nPhase = 0;
-        return;
-    }
-    if (!pAdd || !pAdd->isEnabled()) {
-        Fail(QString("The page takes no more than %1 crosses.").arg(m_nClicked));
-        return;
-    }
-    if (m_nTurns < 0) {
-        // Double clicked; the list follows.
-        return;
-    }
-    if (++m_nTurns > g_nMostTurns) {
-        Fail(QString("The cross at %1, %2 cannot be reached in the picture.").arg(target.x()).arg(target.y()));
-        return;
-    }
-    QWidget* const pViewport = view.viewport();
-    const QRect room = pViewport->rect().adjusted(8, 8, -8, -8);
-    const QPoint place = view.mapFromScene(target);
-    if (!room.contains(place)) {
-        TurnWheel(pViewport, room.center(), -1);
-    } else if (view.transform().m11() < g_dClickScale) {
-        TurnWheel(pViewport, place, 1);
-    } else if (pViewport->childAt(place)) {
-        Drag(pViewport, room.center(), QPoint(0, -room.height() / 3));
-    } else if (!pAdd->isChecked()) {
-        PostClick(pAdd);
-    } else {
-        PostDoubleClick(pViewport, place);
-        m_nTurns = -1;
-    }
-}
-
-void WizardOperator::UseStitchingPage(QWidget& page)
-{
-    const auto* pView = page.findChild<QGraphicsView*>("graphicsView");
-    switch (m_nPhase) {
-    case 0:
-        // A run that died at the right camera is resumed here.
-        if (!m_bRightDone) {
-            GoBack(page);
-            break;
-        }
-        if (Press(page, "pushButton_Stitch")) {
-            NextPhase("Stitching");
-        }
-        break;
-    case 1:
-        if (pView && ShowsPicture(*pView)) {
-            NextPhase();
-        }
-        break;
-    case 2:
-        if (Press(page, "pushButton_confirm")) {
-            m_bConfirmed = true;
             NextPhase();
         }
         break;

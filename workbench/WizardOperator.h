@@ -16,6 +16,7 @@
 
 #include <functional>
 #include <future>
+#include <vector>
 
 class QGraphicsView;
 class QMainWindow;
@@ -31,7 +32,14 @@ struct MachineHands {
     std::function<bool()> isEngraved;     ///< and burnt into the material that lies there
     std::function<bool()> startEngraving; ///< presses start and returns when it is done, on a thread of its own; false
                                           ///< when the machine could not
+    /// Holds the chart of discs under the right or the left camera, at the pose of this number; false where a person
+    /// has to do it.
+    std::function<bool(bool bRight, int nPose)> holdChart = [](bool, int) { return false; };
+    std::function<void()> takeChartAway = [] {};
 };
+
+/// What the wizard shows for a key, in the operator's language.
+QString WizardWording(const QString& strKey);
 
 class WizardOperator final : public QObject
 {
@@ -62,6 +70,12 @@ private:
     void UseWaitPage(QWidget& page);
     void UseCoordinatePage(QWidget& page);
     void UseStitchingPage(QWidget& page);
+    void UseChartPage(QWidget& page);
+    void HoldNextPose(QWidget& page);
+    void AwaitPicture(QWidget& page);
+    void UseFusionPage(QWidget& page);
+    void UseMarkPage(QWidget& page);
+    void SetMark(QWidget& page, QGraphicsView& view, QPointF target, int nListed);
     void ClickCross(QWidget& page, QGraphicsView& view, QPointF target, int nListed);
     void Cancel(QMainWindow& window);
     /// False while the button is hidden or shut.
@@ -81,6 +95,14 @@ private:
     int m_nPhase = 0;
     std::size_t m_nClicked = 0;
     int m_nTurns = 0; ///< of the wheel, for one cross
+    int m_nPoses = 0; ///< of the chart, for this camera
+    int m_nPoor = 0;  ///< pictures in a row that the page did not take
+    bool m_bPoorPicture = false;
+    bool m_bChartHeld = false;
+    qint64 m_nLiveKey = 0; ///< of the live picture that was seen last
+    int m_nLiveSeen = 0;   ///< live pictures since the chart was moved
+    qint64 m_nLiveWaitMs = 0;
+    std::vector<QPointF> m_vecMarks;
     std::future<bool> m_engraving;
     bool m_bRightDone = false;  ///< the right camera was calibrated before these eyes
     bool m_bToTheStart = false; ///< going back to the page that the pattern is sent from

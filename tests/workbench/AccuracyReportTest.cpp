@@ -134,3 +134,22 @@ TEST(AccuracyReport, TheTableShowsTheFigures)
     EXPECT_TRUE(strTable.contains("0.050"));
     EXPECT_TRUE(strTable.contains("100.00 %"));
 }
+
+TEST(AccuracyReport, AManualMachinePromisesTheWorkAreaOnly)
+{
+    AccuracyReport report = GoodReport();
+    report.strFlow = "manual";
+    report.points = {{{100, 100}, {100.3, 100.0}, true}, {{200, 100}, {200.3, 100.0}, true}};
+    report.nExpected = 2;
+    report.seamMm = {0.5};
+    EXPECT_TRUE(report.MissedMeasures().isEmpty()) << report.MissedMeasures().join("; ").toStdString();
+
+    report.points[0].measuredMm.x = 101.3;
+    EXPECT_EQ(report.MissedMeasures(),
+              QStringList({"rms of the work area is above 0.35 mm", "max of the work area is above 1.2 mm"}));
+    report.points[0].measuredMm.x = 100.3;
+    report.nExpected = 3;
+    report.dCoverage = 0.99;
+    EXPECT_EQ(report.MissedMeasures(),
+              QStringList({"1 of 3 dots were not found", "the picture does not show the whole work area"}));
+}

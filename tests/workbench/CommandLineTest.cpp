@@ -51,14 +51,14 @@ TEST(CommandLine, ADemonstrationHasDefaults)
     EXPECT_EQ(line.strOut, "out");
     EXPECT_TRUE(line.strDataFolder.isEmpty());
     EXPECT_EQ(line.nSeed, 1u);
-    EXPECT_EQ(line.dClickErrorPx, 3.0);
+    EXPECT_EQ(line.ClickErrorPx(), 3.0);
 }
 
 TEST(CommandLine, ADemonstrationTakesAllItsOptions)
 {
     const CommandLine line = Parse("demo --seed 7 --click-error 1.5 --out there --data folder");
     EXPECT_EQ(line.nSeed, 7u);
-    EXPECT_EQ(line.dClickErrorPx, 1.5);
+    EXPECT_EQ(line.ClickErrorPx(), 1.5);
     EXPECT_EQ(line.strOut, "there");
     EXPECT_EQ(line.strDataFolder, "folder");
 }

@@ -1,7 +1,9 @@
 #include "OperatorScript.h"
 
+#include "CalibratedMachine.h"
 #include "Clicks.h"
 #include "Failure.h"
+#include "KorvaneVision.h"
 #include "Truth.h"
 
 #include <gmock/gmock.h>
@@ -19,6 +21,7 @@ using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
 using namespace Workbench;
+using Kind = Simulator::Machine::Kind;
 
 class ScriptFile : public testing::Test
 {
@@ -31,10 +34,10 @@ protected:
         file.write(content);
         return strFile;
     }
-    static std::string ProblemOf(const QString& strFile)
+    static std::string ProblemOf(const QString& strFile, Kind flow = Kind::Automatic)
     {
         try {
-            ReadOperatorScript(strFile);
+            ReadOperatorScript(strFile, flow);
         } catch (const Failure& failure) {
             return failure.what();
         }
@@ -47,7 +50,8 @@ protected:
 TEST_F(ScriptFile, NamesTheMachineAndTheClicksOfEachCameraInTheirOrder)
 {
     const OperatorScript script = ReadOperatorScript(
-        Write(R"({"subModel": "1300 x 900", "left": [[10.5, 20], [1, 2]], "right": [[2591, 1943.25]]})"));
+        Write(R"({"subModel": "1300 x 900", "left": [[10.5, 20], [1, 2]], "right": [[2591, 1943.25]]})"),
+        Kind::Automatic);
     EXPECT_EQ(script.strSubModel, "1300 x 900");
     EXPECT_THAT(script.left, ElementsAre(QPointF(10.5, 20), QPointF(1, 2)));
     EXPECT_THAT(script.right, ElementsAre(QPointF(2591, 1943.25)));
@@ -55,7 +59,8 @@ TEST_F(ScriptFile, NamesTheMachineAndTheClicksOfEachCameraInTheirOrder)
 
 TEST_F(ScriptFile, WithoutAMachineTakesTheOneThatIsSelected)
 {
-    EXPECT_TRUE(ReadOperatorScript(Write(R"({"left": [[1, 2]], "right": [[3, 4]]})")).strSubModel.isEmpty());
+    EXPECT_TRUE(
+        ReadOperatorScript(Write(R"({"left": [[1, 2]], "right": [[3, 4]]})"), Kind::Automatic).strSubModel.isEmpty());
 }
 
 TEST_F(ScriptFile, EveryDamageIsNamedWithTheFile)
@@ -71,6 +76,26 @@ TEST_F(ScriptFile, EveryDamageIsNamedWithTheFile)
     EXPECT_THAT(ProblemOf(Write(R"({"left": [[1]], "right": [[1, 2]]})")), HasSubstr("[x, y]"));
     EXPECT_THAT(ProblemOf(Write(R"({"left": [["1", 2]], "right": [[1, 2]]})")), HasSubstr("[x, y]"));
     EXPECT_THAT(ProblemOf(Write(QByteArray((1 << 20) + 1, ' '))), HasSubstr("at most a megabyte"));
+}
+
+TEST_F(ScriptFile, OfTheManualFlowNamesTheRegionAndTheMarksInTheirOrder)
+{
+    const OperatorScript script = ReadOperatorScript(
+        Write(R"({"subModel": "M1", "region": [0.4, 0.1, 0.25, 0.8], "marks": [[10.5, 20], [1, 2]]})"), Kind::Manual);
+    EXPECT_EQ(script.strSubModel, "M1");
+    EXPECT_EQ(script.region, QRectF(0.4, 0.1, 0.25, 0.8));
+    EXPECT_THAT(script.marks, ElementsAre(QPointF(10.5, 20), QPointF(1, 2)));
+    EXPECT_FALSE(script.findMarks);
+}
+
+TEST_F(ScriptFile, DamageToTheRegionOrTheMarksIsNamed)
+{
+    const auto problem = [this](const QByteArray& content) { return ProblemOf(Write(content), Kind::Manual); };
+    EXPECT_THAT(problem(R"({"left": [[1, 2]], "right": [[1, 2]]})"), HasSubstr("\"region\""));
+    EXPECT_THAT(problem(R"({"region": [0.1, 0.1, 0.5], "marks": [[1, 2]]})"), HasSubstr("\"region\""));
+    EXPECT_THAT(problem(R"({"region": [0.1, 0.1, 0.5, 1.5], "marks": [[1, 2]]})"), HasSubstr("from 0 to 1"));
+    EXPECT_THAT(problem(R"({"region": [0.1, 0.1, "0.5", 0.5], "marks": [[1, 2]]})"), HasSubstr("\"region\""));
+    EXPECT_THAT(problem(R"({"region": [0.1, 0.1, 0.5, 0.5]})"), HasSubstr("no points under \"marks\""));
 }
 
 TEST_F(ScriptFile, APipeIsNotWaitedFor)
@@ -96,6 +121,40 @@ TEST(SimulatedOperatorScript, ClicksTheCrossesWhereTheWizardShowsThem)
     EXPECT_LT(script.left.front().y(), script.left.back().y());
     EXPECT_LT(script.right.front().x(), script.right.back().x());
     EXPECT_LT(script.right.front().y(), script.right.back().y());
+}
+
+TEST(SimulatedOperatorScript, ThatOfTheManualFlowDrawsAcrossTheSeam)
+{
+    const OperatorScript script = SimulatedManualOperator(3, {.sigmaPx = 0.0}, "/nowhere");
+    EXPECT_FALSE(script.strSubModel.isEmpty());
+    EXPECT_GT(script.region.left(), 0.2);
+    EXPECT_LT(script.region.left(), 0.48);
+    EXPECT_GT(script.region.right(), 0.52);
+    EXPECT_LT(script.region.right(), 0.8);
+    EXPECT_GE(script.region.top(), 0.0);
+    EXPECT_LE(script.region.bottom(), 1.0);
+    EXPECT_TRUE(script.findMarks().empty()) << "no homography was found yet";
+}
+
+TEST(SimulatedOperatorScript, ItsMarksLieWhereTheFusedPictureShowsTheCrosses)
+{
+    const QTemporaryDir folder;
+    Simulator::Machine machine(Kind::Manual, 4);
+    Simulator::CalibrationReport report;
+    ASSERT_TRUE(Simulator::WriteManualCalibrationFiles(machine, folder.path().toStdString(), {.sigmaPx = 0.0}, report));
+    const OperatorScript script =
+        SimulatedManualOperator(4, {.sigmaPx = 0.0}, folder.filePath("Vision/calib/Camera_Two/Result"));
+    const std::vector<QPointF> marks = script.findMarks();
+    ASSERT_EQ(marks.size(), 18u);
+    cv::Mat mmFromPixel;
+    ASSERT_TRUE(Korvane::CameraCalibration::LoadHomography(
+        folder.filePath("Vision/calib/Camera_Two/Result/DualCamera_pix2mm.xml").toStdString(), mmFromPixel));
+    const std::vector<cv::Point2d> crosses = machine.Grid().PointsMm();
+    for (std::size_t i = 0; i < marks.size(); ++i) {
+        const cv::Vec3d mm = cv::Matx33d(mmFromPixel) * cv::Vec3d(marks[i].x(), marks[i].y(), 1.0);
+        EXPECT_NEAR(mm[0] / mm[2], crosses[i].x, 0.3) << i;
+        EXPECT_NEAR(mm[1] / mm[2], crosses[i].y, 0.3) << i;
+    }
 }
 
 TEST(SimulatedOperatorScript, TurningGoesThereAndBackAlsoOnOddSizes)
