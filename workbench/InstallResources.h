@@ -15,4 +15,10 @@ QString InstallResourceFolder();
 /// a camera) or of the manual machines' (3 x 6).
 QString CalibrationResourceFolder(bool bManualMachine);
 
+/// The fusion patterns, one for each known size of bed.
+QString FusionPatternFolder();
+/// Copies those that `strFolder` does not have; what lies there already is the user's. False, with a log line, where
+/// one cannot be copied or none is installed.
+bool CopyFusionPatterns(const QString& strFolder);
+
 } // namespace Workbench

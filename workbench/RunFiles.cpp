@@ -2,6 +2,7 @@
 
 #include "DataFolder.h"
 #include "Failure.h"
+#include "InstallResources.h"
 #include "Log.h"
 
 #include <QDir>
@@ -232,6 +233,8 @@ void RunFiles::PrepareManual(Opening opening, const std::function<bool(const QSt
     if (progress.status() != QSettings::NoError || !QDir().mkpath(strOutput)) {
         throw Failure("The folder %1 cannot be written.", {m_strFolder});
     }
+    // Without them the wizard itself says that it cannot send one.
+    CopyFusionPatterns(m_strFolder + "/FusionCalibImages");
     if (writeLensFiles && !HasAll(strOutput, {"cameraL_calibrateMap.xml", "cameraR_calibrateMap.xml"}) &&
         !writeLensFiles(strOutput)) {
         throw Failure("The machine's lens files cannot be written to %1.", {strOutput});

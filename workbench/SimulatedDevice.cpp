@@ -3,6 +3,9 @@
 #include "HeldChart.h"
 #include "Log.h"
 #include "MicroLineCopy.h"
+#include "PatternFile.h"
+
+#include <QFileInfo>
 
 #include <cmath>
 #include <cstring>
@@ -217,8 +220,7 @@ int SimulatedDevice::RunCommand(const char* pCommand, QVariant argument)
         return SendStaged();
     }
     if (strCommand == "DeviceDocumentImport") {
-        LogRefusal("documents cannot be imported yet", argument.toString().toStdString());
-        return DeviceRefused;
+        return ImportDocument(argument.toString());
     }
     LogRefusal("there is no such command", strCommand);
     return DeviceRefused;
@@ -247,6 +249,29 @@ int SimulatedDevice::SendStaged()
     }
     std::vector<Simulator::EngravedLine> lines;
     Simulator::ReadMicroLine(pStaged->Document(), lines);
+    TakePattern(strName, std::move(lines));
+    return DeviceSuccess;
+}
+
+int SimulatedDevice::ImportDocument(const QString& strFile)
+{
+    PatternFile pattern;
+    const std::string strProblem = ReadPatternFile(strFile.toLocal8Bit().toStdString(), pattern);
+    if (!strProblem.empty()) {
+        LogRefusal(qPrintable(strFile), strProblem);
+        return DeviceRefused;
+    }
+    // One that is cut off would be fused on all the same.
+    if (pattern.bedMm.width > m_areaMm.width || pattern.bedMm.height > m_areaMm.height) {
+        LogRefusal(qPrintable(strFile), "the pattern is for a larger bed");
+        return DeviceRefused;
+    }
+    TakePattern(QFileInfo(strFile).fileName(), std::move(pattern.lines));
+    return DeviceSuccess;
+}
+
+void SimulatedDevice::TakePattern(const QString& strName, std::vector<Simulator::EngravedLine> lines)
+{
     ILog_WriteLogF(1, "Simulated machine: %s was sent, %zu lines", qPrintable(strName), lines.size());
     ChangeState([&] {
         m_state.strPattern = m_bed.strPattern = strName;
@@ -257,7 +282,6 @@ int SimulatedDevice::SendStaged()
         m_bed.nEngravedOfPattern.reset();
     });
     Keep();
-    return DeviceSuccess;
 }
 
 void SimulatedDevice::PutMicroLine(int /*nZero*/, MicroLineDocument* pDocument, QString strName)

@@ -91,7 +91,8 @@ public:
     IDeviceChannel* GetChannel() override { return this; }
     int GetBusy() override;
     /// "SendCalibrateFile" sends what was staged last: 1011, or 1016 where nothing was or no line of it can be read.
-    /// "DeviceDocumentImport" answers 1016: no document can be imported yet. 1001 while the machine engraves.
+    /// "DeviceDocumentImport" takes the pattern file that the argument names: 1011, or 1016 for one that cannot be read
+    /// or is for a larger bed. 1001 while the machine engraves.
     int RunCommand(const char* pCommand, QVariant argument) override;
     /// Stages a copy. The layer and all below it become this side's and are freed: the sender has made them by `new`,
     /// one by one, and keeps the document itself.
@@ -106,6 +107,9 @@ signals:
 
 private:
     int SendStaged();
+    int ImportDocument(const QString& strFile);
+    /// The pattern that the machine engraves next.
+    void TakePattern(const QString& strName, std::vector<Simulator::EngravedLine> lines);
     std::shared_ptr<const Simulator::HeldChart> Chart() const;
     /// Changes the state under its lock, then tells.
     template <typename Change> void ChangeState(Change change);

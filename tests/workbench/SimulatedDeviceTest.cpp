@@ -1,6 +1,8 @@
 #include "SimulatedDevice.h"
 
 #include "MicroLineBuilder.h"
+#include "PatternFile.h"
+#include "TempFolder.h"
 #include "Truth.h"
 
 #include <gmock/gmock.h>
@@ -30,6 +32,16 @@ protected:
     }
     static int Send(IDeviceHost& host) { return host.RunCommand("SendCalibrateFile", QVariant()); }
 
+    /// A small pattern for a bed of this size.
+    int Import(const cv::Size2d& bedMm)
+    {
+        const std::string strFile = m_folder.Path("pattern.kv");
+        EXPECT_EQ(Workbench::WritePatternFile(
+                      {bedMm, {{{280.0, 300.0}, {320.0, 300.0}}, {{300.0, 280.0}, {300.0, 320.0}}}}, strFile),
+                  "");
+        return m_device.RunCommand("DeviceDocumentImport", QString::fromStdString(strFile));
+    }
+
     cv::Mat Picture(const char* szSide)
     {
         cv::Mat picture;
@@ -48,6 +60,7 @@ protected:
         return (mean[0] + mean[1] + mean[2]) / 3.0;
     }
 
+    TempFolder m_folder;
     SimulatedDevice m_device{Simulator::Machine::Kind::Automatic, 1};
 };
 
@@ -111,9 +124,40 @@ TEST_F(DeviceService, ABrokenDocumentIsRefusedAndNotEngravedInPart)
 
 TEST_F(DeviceService, CommandsThatItDoesNotKnowAreRefused)
 {
-    EXPECT_EQ(m_device.RunCommand("DeviceDocumentImport", QString("/nowhere.kv")), 1016);
     EXPECT_EQ(m_device.RunCommand("OpenTheDoor", QVariant()), 1016);
     EXPECT_EQ(m_device.RunCommand(nullptr, QVariant()), 1016);
+}
+
+// ---- Patterns as files ----
+
+TEST_F(DeviceService, APatternFileIsImportedAndEngravedWhenTheMachineIsStarted)
+{
+    const double dBlank = LevelAt({300.0, 300.0});
+    EXPECT_EQ(Import({1300.0, 900.0}), 1011);
+    EXPECT_EQ(m_device.GetState().strPattern, "pattern.kv");
+    EXPECT_EQ(m_device.GetState().nLines, 2u);
+    EXPECT_NEAR(LevelAt({300.0, 300.0}), dBlank, 3.0);
+    EXPECT_TRUE(m_device.StartEngraving());
+    EXPECT_EQ(m_device.GetState().nEngraved, 2u);
+    EXPECT_LT(LevelAt({300.0, 300.0}), 0.9 * dBlank);
+}
+
+TEST_F(DeviceService, APatternForASmallerBedIsTakenAndOneForALargerRefused)
+{
+    EXPECT_EQ(Import({900.0, 600.0}), 1011);
+    EXPECT_EQ(Import({1300.5, 900.0}), 1016);
+    EXPECT_EQ(Import({1300.0, 900.5}), 1016);
+}
+
+TEST_F(DeviceService, APatternFileThatCannotBeReadIsRefusedAndThePatternBeforeItStays)
+{
+    EXPECT_EQ(Import({900.0, 600.0}), 1011);
+    m_folder.Write("damaged.kv", "KV 1\nbed 900 600\nline 1 2 3\n");
+    for (const QVariant& argument : {QVariant(QString::fromStdString(m_folder.Path("damaged.kv"))),
+                                     QVariant(QString("/nowhere.kv")), QVariant(QString()), QVariant(), QVariant(7)}) {
+        EXPECT_EQ(m_device.RunCommand("DeviceDocumentImport", argument), 1016) << qPrintable(argument.toString());
+    }
+    EXPECT_EQ(m_device.GetState().strPattern, "pattern.kv");
 }
 
 TEST_F(DeviceService, AsksForTheMaterialToBeHeldAgainstTheWorkArea)
