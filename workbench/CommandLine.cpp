@@ -22,6 +22,7 @@ const QHash<QString, QStringList>& KnownOptions()
         {"picture", {"--left", "--right", "--out", "--size", "--data"}},
         {"to-world", {"--data"}},
         {"to-pixel", {"--data"}},
+        {"lens", {"--images", "--out", "--chart", "--spacing", "--coverage"}},
         {"gui", {"--data", "--seed", "--flow"}},
     };
     return options;
@@ -65,6 +66,25 @@ QSize SizeMm(const QString& strWord)
     return size;
 }
 
+QSize ChartDiscs(const QString& strWord)
+{
+    const auto match = QRegularExpression("^([0-9]{1,2})x([0-9]{1,2})$").match(strWord);
+    const QSize size(match.captured(1).toInt(), match.captured(2).toInt());
+    if (!match.hasMatch() || qMin(size.width(), size.height()) < 3 || qMax(size.width(), size.height()) > 60) {
+        throw Wrong(QString("The chart must be given as discs in a row x rows, 3x3 to 60x60, not '%1'.").arg(strWord));
+    }
+    return size;
+}
+
+double SpacingMm(const QString& strWord)
+{
+    const double dValue = Number(strWord, "The spacing");
+    if (!(dValue > 0.0 && dValue <= 1000.0)) {
+        throw Wrong(QString("The spacing must lie above 0 and not above 1000 mm, not be '%1'.").arg(strWord));
+    }
+    return dValue;
+}
+
 void TakeOption(CommandLine& line, const QString& strName, const QString& strValue)
 {
     if (strName == "--out") {
@@ -77,6 +97,14 @@ void TakeOption(CommandLine& line, const QString& strName, const QString& strVal
         line.strRight = strValue;
     } else if (strName == "--script") {
         line.strScript = strValue;
+    } else if (strName == "--images") {
+        line.strImages = strValue;
+    } else if (strName == "--coverage") {
+        line.strCoverage = strValue;
+    } else if (strName == "--chart") {
+        line.chartDiscs = ChartDiscs(strValue);
+    } else if (strName == "--spacing") {
+        line.dSpacingMm = SpacingMm(strValue);
     } else if (strName == "--size") {
         line.sizeMm = SizeMm(strValue);
     } else if (strName == "--flow") {
@@ -130,7 +158,7 @@ CommandLine ParseCommandLine(const QStringList& listWords)
     if (!KnownOptions().contains(line.strCommand)) {
         throw Wrong(QString("There is no command '%1'.").arg(line.strCommand));
     }
-    if (line.strCommand == "picture") {
+    if (line.strCommand == "picture" || line.strCommand == "lens") {
         line.strOut.clear();
     }
     const QStringList listKnown = KnownOptions().value(line.strCommand);
@@ -155,6 +183,9 @@ CommandLine ParseCommandLine(const QStringList& listWords)
     TakePlainWords(line, listPlain);
     if (line.strCommand == "picture" && (line.strLeft.isEmpty() || line.strRight.isEmpty() || line.strOut.isEmpty())) {
         throw Wrong("picture needs --left, --right and --out.");
+    }
+    if (line.strCommand == "lens" && (line.strImages.isEmpty() || line.strOut.isEmpty())) {
+        throw Wrong("lens needs --images and --out.");
     }
     if (line.strCommand == "calibrate" && line.IsManual()) {
         throw Wrong("The manual flow cannot be calibrated by command yet.");
@@ -196,6 +227,12 @@ Commands
       --data DIR            see below
   to-world X Y [--data DIR] millimetres of a pixel of the work area picture
   to-pixel X Y [--data DIR] pixel of the work area picture of a point in millimetres
+  lens                      find a camera's lens from photographs of a chart of discs
+      --images DIR          the folder of the photographs, all of one size
+      --out FILE            where the camera parameters go (XML)
+      --chart COLSxROWS     discs in a row and rows (default: 7x9)
+      --spacing MM          from disc to disc; then each chart's distance is told as well
+      --coverage FILE.png   where the picture of what the charts covered goes (default: beside --out)
 
 --data DIR takes the place of the user's configuration folder. The calibration lies below it in
 Quillboost/Resources/Vision/calib/Camera_Two/Result, the work area in Quillboost/Resources/Data/CameraSetting.ini.

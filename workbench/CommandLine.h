@@ -13,18 +13,23 @@ namespace Workbench
 {
 
 struct CommandLine {
-    QString strCommand;     ///< "demo", "calibrate", "picture", "to-world", "to-pixel", "gui", "help" or "version"
-    QString strDataFolder;  ///< empty for the user's configuration folder
-    QString strOut = "out"; ///< folder of a calibration, or file of a picture
-    QString strLeft;        ///< picture file
-    QString strRight;       ///< picture file
-    double dX = 0.0;        ///< pixel or millimetre
-    double dY = 0.0;        ///< pixel or millimetre
-    QSize sizeMm;           ///< work area; not valid where the machine's own is meant
-    QString strFlow = "automatic";      ///< or "manual": which machine
-    QString strScript;                  ///< file of what the operator does; empty for the simulated operator
-    std::uint64_t nSeed = 1;            ///< of the simulated machine
-    bool bSeedGiven = false;            ///< else any machine that was left is meant, where one was
+    QString strCommand;            ///< "demo", "calibrate", "picture", "to-world", "to-pixel", "lens", "gui", "help" or
+                                   ///< "version"
+    QString strDataFolder;         ///< empty for the user's configuration folder
+    QString strOut = "out";        ///< folder of a calibration, or file of a picture or a lens
+    QString strLeft;               ///< picture file
+    QString strRight;              ///< picture file
+    double dX = 0.0;               ///< pixel or millimetre
+    double dY = 0.0;               ///< pixel or millimetre
+    QString strImages;             ///< folder of a lens's photographs
+    QString strCoverage;           ///< picture file; empty for one beside the lens
+    QSize chartDiscs{7, 9};        ///< discs in a row, rows
+    double dSpacingMm = 0.0;       ///< from disc to disc; 0 where it is not known
+    QSize sizeMm;                  ///< work area; not valid where the machine's own is meant
+    QString strFlow = "automatic"; ///< or "manual": which machine
+    QString strScript;             ///< file of what the operator does; empty for the simulated operator
+    std::uint64_t nSeed = 1;       ///< of the simulated machine
+    bool bSeedGiven = false;       ///< else any machine that was left is meant, where one was
     std::optional<double> clickErrorPx; ///< sigma of the simulated operator's clicks
 
     bool IsManual() const { return strFlow == "manual"; }

@@ -1,5 +1,7 @@
 #include "ErrorMap.h"
 
+#include "MapDrawing.h"
+
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
@@ -15,12 +17,6 @@ namespace
 
 constexpr int g_nMargin = 70;
 constexpr int g_nLegend = 170;
-const cv::Scalar g_ink(40, 40, 40);
-
-void Text(cv::Mat& picture, const std::string& strText, const cv::Point& place, double dScale = 0.6)
-{
-    cv::putText(picture, strText, place, cv::FONT_HERSHEY_SIMPLEX, dScale, g_ink, 1, cv::LINE_AA);
-}
 
 std::string Millimetres(double dValue)
 {
@@ -55,34 +51,28 @@ cv::Mat ErrorField(const AccuracyReport& report, const cv::Size& size, double dP
 
 void DrawAxes(cv::Mat& picture, const cv::Rect& bed, const cv::Size& areaMm, double dPxPerMm)
 {
-    cv::rectangle(picture, bed, g_ink);
+    cv::rectangle(picture, bed, g_mapInk);
     for (int nMm = 0; nMm <= areaMm.width; nMm += 100) {
         const int x = bed.x + static_cast<int>(nMm * dPxPerMm);
-        cv::line(picture, {x, bed.y - 6}, {x, bed.y}, g_ink);
-        Text(picture, std::to_string(nMm), {x - 14, bed.y - 12}, 0.5);
+        cv::line(picture, {x, bed.y - 6}, {x, bed.y}, g_mapInk);
+        MapText(picture, std::to_string(nMm), {x - 14, bed.y - 12}, 0.5);
     }
     for (int nMm = 0; nMm <= areaMm.height; nMm += 100) {
         const int y = bed.y + static_cast<int>(nMm * dPxPerMm);
-        cv::line(picture, {bed.x - 6, y}, {bed.x, y}, g_ink);
-        Text(picture, std::to_string(nMm), {bed.x - 48, y + 5}, 0.5);
+        cv::line(picture, {bed.x - 6, y}, {bed.x, y}, g_mapInk);
+        MapText(picture, std::to_string(nMm), {bed.x - 48, y + 5}, 0.5);
     }
-    Text(picture, "machine X, mm", {bed.x + bed.width / 2 - 60, bed.y - 38});
-    Text(picture, "Y, mm", {8, bed.y - 30});
+    MapText(picture, "machine X, mm", {bed.x + bed.width / 2 - 60, bed.y - 38});
+    MapText(picture, "Y, mm", {8, bed.y - 30});
 }
 
 void DrawLegend(cv::Mat& picture, const cv::Rect& bed, double dTop)
 {
     const cv::Rect bar(bed.br().x + 30, bed.y + 60, 30, 400);
-    for (int i = 0; i < bar.height; ++i) {
-        const cv::Mat level(1, 1, CV_8U, cv::Scalar(255.0 * (bar.height - 1 - i) / (bar.height - 1)));
-        cv::Mat colour;
-        cv::applyColorMap(level, colour, cv::COLORMAP_TURBO);
-        cv::line(picture, {bar.x, bar.y + i}, {bar.br().x, bar.y + i}, cv::Scalar(colour.at<cv::Vec3b>(0, 0)));
-    }
-    cv::rectangle(picture, bar, g_ink);
-    Text(picture, "error", {bar.x, bar.y - 20});
+    DrawMapBar(picture, bar, MapScale::Error);
+    MapText(picture, "error", {bar.x, bar.y - 20});
     for (int i = 0; i <= 4; ++i) {
-        Text(picture, Millimetres(dTop * i / 4), {bar.br().x + 8, bar.br().y - i * bar.height / 4 + 5}, 0.5);
+        MapText(picture, Millimetres(dTop * i / 4), {bar.br().x + 8, bar.br().y - i * bar.height / 4 + 5}, 0.5);
     }
 }
 
@@ -101,9 +91,7 @@ cv::Mat DrawErrorMap(const AccuracyReport& report, const std::vector<cv::Point2d
     const double dTop = std::ceil(dMax * 25.0) / 25.0;
     cv::Mat levels;
     ErrorField(report, size, dPxPerMm).convertTo(levels, CV_8U, 255.0 / dTop);
-    cv::Mat colours;
-    cv::applyColorMap(levels, colours, cv::COLORMAP_TURBO);
-    colours.copyTo(picture(bed));
+    MapColours(levels, MapScale::Error).copyTo(picture(bed));
 
     for (const cv::Point2d& cross : crossesMm) {
         cv::drawMarker(picture, bed.tl() + cv::Point(cvRound(cross.x * dPxPerMm), cvRound(cross.y * dPxPerMm)),
@@ -111,11 +99,11 @@ cv::Mat DrawErrorMap(const AccuracyReport& report, const std::vector<cv::Point2d
     }
     DrawAxes(picture, bed, report.workAreaMm, dPxPerMm);
     DrawLegend(picture, bed, dTop);
-    Text(picture,
-         "rms inside the crosses " + Millimetres(report.InsideCrosses().rms) + ", whole area " +
-             Millimetres(report.WholeArea().rms) + ", largest " + Millimetres(report.WholeArea().max) +
-             ", white: crosses of the calibration",
-         {bed.x, bed.br().y + 35});
+    MapText(picture,
+            "rms inside the crosses " + Millimetres(report.InsideCrosses().rms) + ", whole area " +
+                Millimetres(report.WholeArea().rms) + ", largest " + Millimetres(report.WholeArea().max) +
+                ", white: crosses of the calibration",
+            {bed.x, bed.br().y + 35});
     return picture;
 }
 

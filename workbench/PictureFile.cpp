@@ -87,7 +87,8 @@ cv::Mat ReadPicture(const QString& strFile)
     try {
         const QuietStandardError quiet;
         // The module refuses what OpenCV's decoders take or wait for: a JPEG that was cut short, a pipe.
-        unsigned char* pPixels = nullptr;
+        // It keeps its buffer, and fills the same one again when it gets it back.
+        static unsigned char* pPixels = nullptr;
         long nWidth = 0;
         long nHeight = 0;
         int nBits = 0;

@@ -3,6 +3,7 @@
 #include "Commands.h"
 #include "Failure.h"
 #include "Gui.h"
+#include "Lens.h"
 #include "Log.h"
 #include "WritableInstall.h"
 
@@ -74,6 +75,9 @@ int Run(const Workbench::CommandLine& line)
     }
     if (line.strCommand == "to-world" || line.strCommand == "to-pixel") {
         return Workbench::RunPoint(line);
+    }
+    if (line.strCommand == "lens") {
+        return Workbench::RunLens(line);
     }
     return Workbench::RunCalibrate(line);
 }

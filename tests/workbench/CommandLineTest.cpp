@@ -187,3 +187,45 @@ TEST(CommandLine, TheHelpFitsAWideTerminal)
         EXPECT_LE(strLine.size(), 130) << qPrintable(strLine);
     }
 }
+
+TEST(CommandLine, ALensTakesAllItsOptions)
+{
+    const CommandLine line =
+        Parse("lens --images there --out lens.xml --chart 10x12 --spacing 12.5 --coverage field.png");
+    EXPECT_EQ(line.strImages, "there");
+    EXPECT_EQ(line.strOut, "lens.xml");
+    EXPECT_EQ(line.chartDiscs, QSize(10, 12));
+    EXPECT_EQ(line.dSpacingMm, 12.5);
+    EXPECT_EQ(line.strCoverage, "field.png");
+}
+
+TEST(CommandLine, ALensHasTheWizardsChartAndNoSpacing)
+{
+    const CommandLine line = Parse("lens --images there --out lens.xml");
+    EXPECT_EQ(line.chartDiscs, QSize(7, 9));
+    EXPECT_EQ(line.dSpacingMm, 0.0);
+    EXPECT_TRUE(line.strCoverage.isEmpty());
+}
+
+TEST(CommandLine, ALensNeedsPicturesAndAPlace)
+{
+    EXPECT_TRUE(Refusal("lens --images there").contains("--out"));
+    EXPECT_TRUE(Refusal("lens --out lens.xml").contains("--images"));
+    EXPECT_FALSE(Refusal("lens there --out lens.xml").isEmpty());
+    EXPECT_FALSE(Refusal("lens --images there --out lens.xml --data d").isEmpty());
+}
+
+TEST(CommandLine, AChartIsThreeToSixtyDiscsASide)
+{
+    for (const char* pChart : {"2x9", "7x2", "61x9", "7x61", "7", "7x", "7x9x2", "-7x9", "sevenxnine", "100x9"}) {
+        EXPECT_TRUE(Refusal(QString("lens --images i --out o --chart %1").arg(pChart)).contains(pChart)) << pChart;
+    }
+    EXPECT_EQ(Parse("lens --images i --out o --chart 3x60").chartDiscs, QSize(3, 60));
+}
+
+TEST(CommandLine, ASpacingIsAboveZero)
+{
+    for (const char* pSpacing : {"0", "-1", "1001", "nan", "wide"}) {
+        EXPECT_FALSE(Refusal(QString("lens --images i --out o --spacing %1").arg(pSpacing)).isEmpty()) << pSpacing;
+    }
+}

@@ -1,0 +1,122 @@
+#include "Lens.h"
+
+#include "CoverageMap.h"
+#include "Failure.h"
+#include "KorvaneVision.h"
+#include "LensViews.h"
+#include "PictureFile.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace Workbench
+{
+
+namespace
+{
+
+QString CoverageFile(const CommandLine& line)
+{
+    if (!line.strCoverage.isEmpty()) {
+        return line.strCoverage;
+    }
+    const QFileInfo out(line.strOut);
+    return out.dir().filePath(out.completeBaseName() + "_coverage.png");
+}
+
+Failure NotWritten(const QString& strFile, const QString& strReason)
+{
+    return Failure(QString("The camera parameters cannot be written to %1: %2.").arg(strFile, strReason));
+}
+
+/// Asked before the work, which takes its time.
+void RequirePlaceFor(const QString& strFile)
+{
+    const QFileInfo file(strFile);
+    if (file.exists() && !file.isFile()) {
+        throw NotWritten(strFile, file.isDir() ? "it is a folder" : "it is no file");
+    }
+    const QFileInfo folder(file.absolutePath());
+    if (!folder.isDir() || !folder.isWritable()) {
+        throw NotWritten(strFile, folder.isDir() ? "its folder may not be written by this user"
+                                                 : "there is no folder " + folder.filePath());
+    }
+}
+
+void PrintViews(const LensReport& report, const CommandLine& line)
+{
+    std::printf("%zu pictures in %s, chart of %d x %d discs\n", report.views.size(), qPrintable(line.strImages),
+                report.chart.width, report.chart.height);
+    int nWidth = 0;
+    for (const LensView& view : report.views) {
+        nWidth = std::max(nWidth, static_cast<int>(view.strName.size()));
+    }
+    for (const LensView& view : report.views) {
+        std::printf("  %-*s  ", nWidth, qPrintable(view.strName));
+        if (!view.IsUsed()) {
+            std::printf("left out: %s\n", qPrintable(view.strLeftOut));
+        } else if (!report.strProblem.empty()) {
+            std::printf("chart found\n");
+        } else {
+            std::printf("used: %.2f px rms, tilt %.0f deg", view.dRmsPx, view.dTiltDeg);
+            if (line.dSpacingMm > 0.0) {
+                std::printf(", %.0f mm away", view.dDistance * line.dSpacingMm);
+            }
+            std::printf("\n");
+        }
+    }
+}
+
+void PrintLens(const LensReport& report)
+{
+    const cv::Mat& camera = report.cameraMatrix;
+    std::printf("%zu of %zu pictures used, residual %.3f px rms\n", report.Used(), report.views.size(), report.dRmsPx);
+    std::printf("focal length %.2f x %.2f px, principal point %.2f %.2f px, pictures of %d x %d px\n",
+                camera.at<double>(0, 0), camera.at<double>(1, 1), camera.at<double>(0, 2), camera.at<double>(1, 2),
+                report.pictureSize.width, report.pictureSize.height);
+    std::printf("distortion");
+    for (std::size_t i = 0; i < report.distCoeffs.total(); ++i) {
+        std::printf(" %.6f", report.distCoeffs.at<double>(static_cast<int>(i)));
+    }
+    const Coverage coverage = CoverageOf(report);
+    std::printf("\nthe charts cover %.0f %% of the picture", 100.0 * coverage.dShare);
+    const char* pBefore = ", little or nothing at its ";
+    for (const std::string& strNinth : coverage.missing) {
+        std::printf("%s%s", pBefore, strNinth.c_str());
+        pBefore = ", ";
+    }
+    std::printf("\n");
+}
+
+} // namespace
+
+int RunLens(const CommandLine& line)
+{
+    const QString strCoverage = CoverageFile(line);
+    RequirePictureSuffix(strCoverage);
+    if (QFileInfo(strCoverage).absoluteFilePath() == QFileInfo(line.strOut).absoluteFilePath()) {
+        throw Failure("--out and --coverage name the same file. See --help.", {}, WrongUse);
+    }
+    RequirePlaceFor(line.strOut);
+    const LensReport report = CalibrateLens(line.strImages, line.chartDiscs);
+    PrintViews(report, line);
+    std::fflush(stdout);
+    if (!report.strProblem.empty()) {
+        throw Failure("The pictures in %1 tell no lens: %2.",
+                      {line.strImages, QString::fromStdString(report.strProblem)});
+    }
+    WritePicture(strCoverage, DrawCoverage(report));
+    if (!Korvane::CameraCalibration::SaveCameraParameters(line.strOut.toLocal8Bit().toStdString(), report.cameraMatrix,
+                                                          report.distCoeffs, report.dRmsPx)) {
+        throw NotWritten(line.strOut, "the log says more");
+    }
+    PrintLens(report);
+    std::printf("%s: camera parameters\n%s: what the charts covered\n", qPrintable(line.strOut),
+                qPrintable(strCoverage));
+    return Success;
+}
+
+} // namespace Workbench
