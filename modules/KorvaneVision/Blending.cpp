@@ -1,4 +1,5 @@
 #include "KorvaneVision.h"
+#include "Upright.h"
 #include "VisionError.h"
 
 #include <opencv2/core/utility.hpp>
@@ -21,23 +22,6 @@ constexpr double g_dMarginShare = 0.06;
 // Half the width of the feather, in pixels of the full pictures.
 constexpr double g_dFeatherPx = 30.0;
 constexpr double g_dBorderFadePx = 24.0;
-
-cv::Mat Upright(const cv::Mat& picture, const Korvane::CameraCalibration::ImageDirFlags& flags)
-{
-    // Into memory of its own each time: a header on the caller's picture would be written through.
-    cv::Mat turned;
-    if (flags.nRotateCode >= cv::ROTATE_90_CLOCKWISE && flags.nRotateCode <= cv::ROTATE_90_COUNTERCLOCKWISE) {
-        cv::rotate(picture, turned, flags.nRotateCode);
-    } else {
-        turned = picture;
-    }
-    if (!flags.bMirrorX && !flags.bMirrorY) {
-        return turned;
-    }
-    cv::Mat mirrored;
-    cv::flip(turned, mirrored, flags.bMirrorX && flags.bMirrorY ? -1 : flags.bMirrorX ? 1 : 0);
-    return mirrored;
-}
 
 /// Full picture (scales undone about the centre) from the turned picture's pixels.
 cv::Matx33d FullFromTurned(const cv::Size& size, double dScaleX, double dScaleY)
@@ -372,9 +356,9 @@ bool DoBlendingImageForDualCam(const cv::Mat& left, const ImageDirFlags& leftFla
         return Fail(pOperation, strReason);
     };
     try {
-        if (left.empty() || right.empty() || left.depth() != CV_8U || left.type() != right.type() ||
-            left.channels() == 2 || left.channels() > 4) {
-            return refuse("two 8-bit pictures with the same 1, 3 or 4 channels are expected");
+        const std::string strProblem = WhyNoPair(left, right);
+        if (!strProblem.empty()) {
+            return refuse(strProblem);
         }
         if (homography.rows != 3 || homography.cols != 3 || homography.channels() != 1 || !cv::checkRange(homography) ||
             !(a >= 0.1 && a <= 10.0) || !(b >= 0.1 && b <= 10.0)) {
