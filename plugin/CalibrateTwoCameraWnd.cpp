@@ -3,10 +3,12 @@
 #include "ui_CalibrateTwoCameraWnd.h"
 
 #include "AutoDualCalibrateWdg.h"
+#include "CalibrateWdg.h"
 #include "CMsgBoxQss.h"
 #include "FileStore.h"
+#include "FusionWdg.h"
+#include "HandEyeAdjustWdg.h"
 #include "HandEyePicSetWdg.h"
-#include "Log.h"
 #include "PageParts.h"
 #include "StitchingWdg.h"
 #include "WaitDeviceWdg_DualCamera.h"
@@ -51,6 +53,9 @@ CalibrateTwoCameraWnd::~CalibrateTwoCameraWnd()
     for (QWidget* const pPage : m_vecPages) {
         delete pPage;
     }
+    if (std::find(m_vecPages.begin(), m_vecPages.end(), m_pHandEyeAdjustWdg) == m_vecPages.end()) {
+        delete m_pHandEyeAdjustWdg;
+    }
     delete ui;
 }
 
@@ -64,13 +69,13 @@ void CalibrateTwoCameraWnd::InitPages()
     m_nCameraType = StoredCameraType();
     m_pHandEyePicSetWdg = new HandEyePicSetWdg(nullptr, m_pDeviceHost);
     m_pWaitDeviceWdgKind1 = new WaitDeviceWdg_DualCamera(1);
+    m_pHandEyeAdjustWdg = new HandEyeAdjustWdg;
     if (m_nCameraType == 0) {
-        ILog_WriteLogF(2,
-                       "%s, the pages CalibrateWdg, FusionWdg and HandEyeAdjustWdg do not exist yet; the manual flow "
-                       "shows only the others and ends in no result",
-                       "CalibrateTwoCameraWnd::InitPages");
+        m_pCalibrateWdg = new CalibrateWdg(nullptr, m_pDeviceHost);
+        m_pFusionWdg = new FusionWdg;
         m_pWaitDeviceWdgKind0 = new WaitDeviceWdg_DualCamera(0);
-        m_vecPages = {nullptr, m_pWaitDeviceWdgKind0, nullptr, m_pHandEyePicSetWdg, m_pWaitDeviceWdgKind1, nullptr};
+        m_vecPages = {m_pCalibrateWdg,     m_pWaitDeviceWdgKind0, m_pFusionWdg,
+                      m_pHandEyePicSetWdg, m_pWaitDeviceWdgKind1, m_pHandEyeAdjustWdg};
         return;
     }
     m_pAutoDualCalibrateWdg = new AutoDualCalibrateWdg;
@@ -90,6 +95,14 @@ void CalibrateTwoCameraWnd::LeadTo(Page* pPage, void (Page::*pSignal)(), void (C
 void CalibrateTwoCameraWnd::InitConnections()
 {
     using Wnd = CalibrateTwoCameraWnd;
+    LeadTo(m_pCalibrateWdg, &CalibrateWdg::CloseWindowSignal, &Wnd::CloseWindowSlot);
+    LeadTo(m_pCalibrateWdg, &CalibrateWdg::nextWdgSignal, &Wnd::nextWdgSlot);
+
+    LeadTo(m_pFusionWdg, &FusionWdg::CloseWindowSignal, &Wnd::CloseWindowSlot);
+    LeadTo(m_pFusionWdg, &FusionWdg::ExitWindowSignal, &Wnd::ExitWindowSlot);
+    LeadTo(m_pFusionWdg, &FusionWdg::backWdgSignal, &Wnd::backWdgSlot);
+    LeadTo(m_pFusionWdg, &FusionWdg::nextWdgSignal, &Wnd::nextWdgSlot);
+
     LeadTo(m_pHandEyePicSetWdg, &HandEyePicSetWdg::cancelWdgSignal, &Wnd::CloseWindowSlot);
     LeadTo(m_pHandEyePicSetWdg, &HandEyePicSetWdg::backWdgSignal, &Wnd::backWdgSlot);
     LeadTo(m_pHandEyePicSetWdg, &HandEyePicSetWdg::nextWdgSignal, &Wnd::nextWdgSlot);
@@ -101,6 +114,12 @@ void CalibrateTwoCameraWnd::InitConnections()
         LeadTo(pWait, &WaitDeviceWdg_DualCamera::backWdgSignal, &Wnd::backWdgSlot);
         LeadTo(pWait, &WaitDeviceWdg_DualCamera::nextWdgSignal, &Wnd::nextWdgSlot);
     }
+
+    LeadTo(m_pHandEyeAdjustWdg, &HandEyeAdjustWdg::CloseWindowSignal, &Wnd::CloseWindowSlot);
+    LeadTo(m_pHandEyeAdjustWdg, &HandEyeAdjustWdg::ExitWindowSignal, &Wnd::ExitWindowSlot);
+    LeadTo(m_pHandEyeAdjustWdg, &HandEyeAdjustWdg::backWdgSignal, &Wnd::backWdgSlot);
+    connect(m_pHandEyeAdjustWdg, &HandEyeAdjustWdg::SendListPtSignal, this, &Wnd::SetListPtSlot);
+    connect(m_pHandEyeAdjustWdg, &HandEyeAdjustWdg::SendFlagSizeSignal, this, &Wnd::SetFlagSizeSlot);
 
     LeadTo(m_pAutoDualCalibrateWdg, &AutoDualCalibrateWdg::AutoDualCalibrateWdgBtnBackSignal, &Wnd::backWdgSlot);
     LeadTo(m_pAutoDualCalibrateWdg, &AutoDualCalibrateWdg::AutoDualCalibrateWdgBtnNextSignal, &Wnd::nextWdgSlot);
@@ -123,25 +142,15 @@ QWidget* CalibrateTwoCameraWnd::PageAt(std::size_t nPage) const
     return nPage < m_vecPages.size() ? m_vecPages[nPage] : nullptr;
 }
 
-bool CalibrateTwoCameraWnd::GoTo(int nIndex, int nStep)
+FusionWdg* CalibrateTwoCameraWnd::FusionPage() const
 {
-    const int nPages = static_cast<int>(m_vecPages.size());
-    for (int i = nIndex; i >= 0 && i < nPages; i += nStep) {
-        if (QWidget* const pPage = PageAt(static_cast<std::size_t>(i))) {
-            m_nIndex = i;
-            ShowStep(pPage);
-            return true;
-        }
-    }
-    return false;
+    return dynamic_cast<FusionWdg*>(PageAt(2));
 }
 
-void CalibrateTwoCameraWnd::StartAt(int nIndex)
+void CalibrateTwoCameraWnd::GoTo(int nIndex)
 {
-    const int nPlace = std::clamp(nIndex, 0, static_cast<int>(m_vecPages.size()) - 1);
-    if (!GoTo(nPlace, 1)) {
-        GoTo(nPlace, -1);
-    }
+    m_nIndex = std::clamp(nIndex, 0, static_cast<int>(m_vecPages.size()) - 1);
+    ShowStep(PageAt(static_cast<std::size_t>(m_nIndex)));
 }
 
 void CalibrateTwoCameraWnd::ShowStep(QWidget* pPage)
@@ -156,18 +165,27 @@ void CalibrateTwoCameraWnd::ShowStep(QWidget* pPage)
 
 void CalibrateTwoCameraWnd::backWdgSlot()
 {
-    GoTo(m_nIndex - 1, -1);
+    if (m_nIndex > 0) {
+        GoTo(m_nIndex - 1);
+    }
 }
 
 void CalibrateTwoCameraWnd::nextWdgSlot()
 {
-    GoTo(m_nIndex + 1, 1);
+    if (m_nIndex + 1 < static_cast<int>(m_vecPages.size())) {
+        GoTo(m_nIndex + 1);
+    }
 }
 
 void CalibrateTwoCameraWnd::ResumeFromProgress()
 {
     const int nProgress = ReadIniInt(g_pProgressSection, "PROGRESS", 0, ProgressFile());
-    StartAt(nProgress > 0 ? nProgress - 1 : 0);
+    FusionWdg* const pFusion = FusionPage();
+    if (m_nCameraType == 0 && pFusion) {
+        pFusion->SetFusionOnly(false);
+        pFusion->SetUseResultMaps(false);
+    }
+    GoTo(nProgress > 0 ? nProgress - 1 : 0);
 }
 
 void CalibrateTwoCameraWnd::EnterCoordinateOnly()
@@ -176,17 +194,23 @@ void CalibrateTwoCameraWnd::EnterCoordinateOnly()
     if (auto* const pPage = dynamic_cast<HandEyePicSetWdg*>(PageAt(3))) {
         pPage->SetBackLocked(true);
     }
-    StartAt(3);
+    GoTo(3);
 }
 
 void CalibrateTwoCameraWnd::EnterFusionOnly()
 {
-    StartAt(2);
+    if (FusionWdg* const pFusion = FusionPage()) {
+        pFusion->SetUseResultMaps(true);
+    }
+    GoTo(2);
 }
 
 void CalibrateTwoCameraWnd::EnterFusionFromFirstPage()
 {
-    StartAt(0);
+    if (FusionWdg* const pFusion = FusionPage()) {
+        pFusion->SetFusionOnly(true);
+    }
+    GoTo(0);
 }
 
 template <typename Page> void CalibrateTwoCameraWnd::TellCameraType(std::size_t nPage)
@@ -200,7 +224,10 @@ void CalibrateTwoCameraWnd::ApplyCameraType()
 {
     m_nCameraType = StoredCameraType();
     if (m_nCameraType == 0) {
-        // Pattern and wait pages keep their defaults, and the others that are told do not exist yet.
+        // Pattern and wait pages keep their defaults; this is meant.
+        TellCameraType<CalibrateWdg>(0);
+        TellCameraType<FusionWdg>(2);
+        TellCameraType<HandEyeAdjustWdg>(5);
         return;
     }
     TellCameraType<HandEyePicSetWdg>(0);
@@ -212,6 +239,7 @@ void CalibrateTwoCameraWnd::ApplyCameraType()
 void CalibrateTwoCameraWnd::SetListPtSlot(QList<QPointF> listPt)
 {
     m_listPt = listPt;
+    m_pHandEyeAdjustWdg->SetListPt(listPt);
     if (m_pAutoDualCalibrateWdg) {
         m_pAutoDualCalibrateWdg->SetWorldPoints(listPt);
     }

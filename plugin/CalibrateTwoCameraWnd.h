@@ -13,6 +13,9 @@
 #include <vector>
 
 class AutoDualCalibrateWdg;
+class CalibrateWdg;
+class FusionWdg;
+class HandEyeAdjustWdg;
 class HandEyePicSetWdg;
 class IDeviceHost;
 class StitchingWdg;
@@ -74,23 +77,25 @@ private:
     template <typename Page> void TellCameraType(std::size_t nPage);
     /// The page at a place; null where there is none.
     QWidget* PageAt(std::size_t nPage) const;
-    /// Shows the page at `nIndex` or the nearest one behind it in the direction of `nStep`. False where there is none.
-    bool GoTo(int nIndex, int nStep);
-    /// The same for the start of a run, which always finds a page.
-    void StartAt(int nIndex);
+    /// The manual flow's; null in the automatic one.
+    FusionWdg* FusionPage() const;
+    /// Shows the page at a place; the first or the last one for a place outside of the list.
+    void GoTo(int nIndex);
     void ShowStep(QWidget* pPage);
     void CleanUpProgress();
 
     Ui::CalibrateTwoCameraWnd* ui;
     QList<QPointF> m_listPt;
     QSizeF m_sizeFlag{40.0, 40.0};
+    CalibrateWdg* m_pCalibrateWdg = nullptr; ///< null in the automatic flow
+    FusionWdg* m_pFusionWdg = nullptr;       ///< null in the automatic flow
     HandEyePicSetWdg* m_pHandEyePicSetWdg = nullptr;
     WaitDeviceWdg_DualCamera* m_pWaitDeviceWdgKind0 = nullptr; ///< null in the automatic flow
     WaitDeviceWdg_DualCamera* m_pWaitDeviceWdgKind1 = nullptr;
+    HandEyeAdjustWdg* m_pHandEyeAdjustWdg = nullptr;         ///< made in the automatic flow too, which never shows it
     AutoDualCalibrateWdg* m_pAutoDualCalibrateWdg = nullptr; ///< null in the manual flow
     StitchingWdg* m_pStitchingWdg = nullptr;                 ///< null in the manual flow
-    /// The pages of the flow in their order, owned. Null at the places of CalibrateWdg, FusionWdg and HandEyeAdjustWdg,
-    /// which are not built yet.
+    /// The pages of the flow in their order, owned.
     std::vector<QWidget*> m_vecPages;
     int m_nIndex = 0;
     int m_nCameraType = -1;

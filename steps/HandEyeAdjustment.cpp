@@ -15,7 +15,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QMessageBox>
 #include <QPointer>
 
 #include <vector>
@@ -99,11 +98,7 @@ void HandEyeAdjustWdg::on_pushButton_confirm_clicked()
         PublishResults();
         ShowNotice("Adjusting success!");
     } else {
-        // On the heap: whoever deletes this page while it stands deletes the box with it.
-        QPointer<QMessageBox> pBox =
-            new QMessageBox(QMessageBox::Warning, Wording("Tips"), Wording("Adjusting fail!"), QMessageBox::Ok, this);
-        pBox->exec();
-        delete pBox;
+        ShowWarning(this, "Adjusting fail!");
     }
     // A failed confirm leaves the wizard as well; this is meant.
     if (pAlive) {

@@ -164,11 +164,13 @@ TEST_F(Openings, FromAnotherThreadAreRefusedWithALine)
     ASSERT_EQ(Doubles::The().logLines.size(), 1u);
 }
 
-TEST_F(Openings, TheManualFlowOpensWithWhatExists)
+TEST_F(Openings, TheManualFlowOpensAtItsOwnPages)
 {
     Stored("CAMERA_TYPE", 0);
     m_pInstance->ShowCalibrationWizard(m_pHost.get());
-    EXPECT_EQ(WaitsFor(Window()), "Fusion");
+    EXPECT_EQ(Page(Window()), "CalibrateWdg");
+    m_pInstance->ShowFusionWizard(m_pHost.get());
+    EXPECT_EQ(Page(Window()), "FusionWdg");
     m_pInstance->ShowCoordinateWizard(m_pHost.get());
     EXPECT_EQ(Page(Window()), "HandEyePicSetWdg");
     m_answers.Press("Yes");

@@ -61,3 +61,35 @@ protected:
     Doubles::CameraModule m_cameras;
     Doubles::RecordingHost m_device;
 };
+
+/// One window, begun in different ways.
+class WizardWindow : public WindowFixture
+{
+protected:
+    static constexpr const char* PATTERN = "HandEyePicSetWdg";
+    static constexpr const char* WAIT = "WaitDeviceWdg_DualCamera";
+    static constexpr const char* COORDINATES = "AutoDualCalibrateWdg";
+    static constexpr const char* STITCHING = "StitchingWdg";
+
+    CalibrateTwoCameraWnd& Make()
+    {
+        m_pWindow = std::make_unique<CalibrateTwoCameraWnd>(nullptr, &m_device);
+        m_pWindow->show();
+        return *m_pWindow;
+    }
+    CalibrateTwoCameraWnd& MakeStarted()
+    {
+        Make().ResumeFromProgress();
+        m_pWindow->ApplyCameraType();
+        QCoreApplication::processEvents();
+        return *m_pWindow;
+    }
+    void TearDown() override
+    {
+        m_pWindow.reset();
+        WindowFixture::TearDown();
+    }
+    void Send(const char* pSignal) { ASSERT_TRUE(QMetaObject::invokeMethod(m_pWindow->centralWidget(), pSignal)); }
+
+    std::unique_ptr<CalibrateTwoCameraWnd> m_pWindow;
+};

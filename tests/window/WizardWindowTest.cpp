@@ -7,42 +7,6 @@
 namespace
 {
 
-constexpr const char* PATTERN = "HandEyePicSetWdg";
-constexpr const char* WAIT = "WaitDeviceWdg_DualCamera";
-constexpr const char* COORDINATES = "AutoDualCalibrateWdg";
-constexpr const char* STITCHING = "StitchingWdg";
-
-class WizardWindow : public WindowFixture
-{
-protected:
-    CalibrateTwoCameraWnd& Make()
-    {
-        m_pWindow = std::make_unique<CalibrateTwoCameraWnd>(nullptr, &m_device);
-        m_pWindow->show();
-        return *m_pWindow;
-    }
-    CalibrateTwoCameraWnd& MakeManual()
-    {
-        Stored("CAMERA_TYPE", 0);
-        return Make();
-    }
-    CalibrateTwoCameraWnd& MakeStarted()
-    {
-        Make().ResumeFromProgress();
-        m_pWindow->ApplyCameraType();
-        QCoreApplication::processEvents();
-        return *m_pWindow;
-    }
-    void TearDown() override
-    {
-        m_pWindow.reset();
-        WindowFixture::TearDown();
-    }
-    void Send(const char* pSignal) { ASSERT_TRUE(QMetaObject::invokeMethod(m_pWindow->centralWidget(), pSignal)); }
-
-    std::unique_ptr<CalibrateTwoCameraWnd> m_pWindow;
-};
-
 TEST_F(WizardWindow, HasItsNameTitleSizeAndNoWayOutInTheTitleBar)
 {
     const CalibrateTwoCameraWnd window(nullptr, nullptr);
@@ -113,26 +77,6 @@ TEST_F(WizardWindow, AnyTypeButZeroIsTheAutomaticFlow)
     EXPECT_EQ(WaitsFor(*m_pWindow), "HandEye");
 }
 
-TEST_F(WizardWindow, TheManualFlowSaysWhatIsMissingAndGoesThroughTheRest)
-{
-    MakeManual().ResumeFromProgress();
-    EXPECT_TRUE(Doubles::The().Logged(2, "CalibrateTwoCameraWnd::InitPages, the pages CalibrateWdg, FusionWdg and "
-                                         "HandEyeAdjustWdg do not exist yet; the manual flow shows only the others and "
-                                         "ends in no result"));
-    EXPECT_EQ(WaitsFor(*m_pWindow), "Fusion");
-    m_pWindow->backWdgSlot();
-    EXPECT_EQ(WaitsFor(*m_pWindow), "Fusion");
-    m_pWindow->nextWdgSlot();
-    EXPECT_EQ(Page(*m_pWindow), PATTERN);
-    m_pWindow->nextWdgSlot();
-    EXPECT_EQ(WaitsFor(*m_pWindow), "HandEye");
-    m_pWindow->nextWdgSlot();
-    EXPECT_EQ(WaitsFor(*m_pWindow), "HandEye");
-    m_pWindow->backWdgSlot();
-    m_pWindow->backWdgSlot();
-    EXPECT_EQ(WaitsFor(*m_pWindow), "Fusion");
-}
-
 TEST_F(WizardWindow, ItsPagesGoWithIt)
 {
     MakeStarted();
@@ -168,17 +112,6 @@ TEST_F(WizardWindow, ResumesAtThePageBeforeTheStoredStep)
     }
 }
 
-TEST_F(WizardWindow, AManualRunResumesAtThePageThatExists)
-{
-    const std::pair<int, const char*> rows[] = {{0, WAIT},    {1, WAIT}, {2, WAIT}, {3, PATTERN},
-                                                {4, PATTERN}, {5, WAIT}, {6, WAIT}, {99, WAIT}};
-    for (const auto& [nProgress, pPage] : rows) {
-        Stored("PROGRESS", nProgress);
-        MakeManual().ResumeFromProgress();
-        EXPECT_EQ(Page(*m_pWindow), pPage) << nProgress;
-    }
-}
-
 TEST_F(WizardWindow, AFusionOnlyRunOfTheAutomaticFlowShowsTheCoordinatePage)
 {
     Make().EnterFusionOnly();
@@ -189,15 +122,6 @@ TEST_F(WizardWindow, ACoordinateOnlyRunOfTheAutomaticFlowShowsTheStitchingPage)
 {
     Make().EnterCoordinateOnly();
     EXPECT_EQ(Page(*m_pWindow), STITCHING);
-    EXPECT_EQ(ReadIniString("PROGRESS", "WIZARD", "", ProgressFile()), "Coordinate");
-}
-
-TEST_F(WizardWindow, ACoordinateOnlyRunOfTheManualFlowShowsThePatternPageWithNoWayBack)
-{
-    MakeManual().EnterCoordinateOnly();
-    EXPECT_EQ(Page(*m_pWindow), PATTERN);
-    QCoreApplication::processEvents();
-    EXPECT_FALSE(Button(*m_pWindow, "back").isEnabled());
     EXPECT_EQ(ReadIniString("PROGRESS", "WIZARD", "", ProgressFile()), "Coordinate");
 }
 
@@ -267,15 +191,6 @@ TEST_F(WizardWindow, TheTypeReachesTheLastTwoPagesAsItIsStored)
     EXPECT_EQ(ReadIniInt("PROGRESS", "STEPINDEX", -1, ProgressFile()), 3) << "only type 1 takes up a stored step";
 }
 
-TEST_F(WizardWindow, InTheManualFlowPatternAndWaitPagesKeepTheirDefaults)
-{
-    MakeManual().EnterCoordinateOnly();
-    m_pWindow->ApplyCameraType();
-    QCoreApplication::processEvents();
-    EXPECT_EQ(StepEnables(*m_pWindow), QStringList(QList<QString>(9, "-")));
-    EXPECT_TRUE(Button(*m_pWindow, "back").isVisible());
-}
-
 TEST_F(WizardWindow, ATypeThatChangesLaterLeavesThePagesAsTheyAre)
 {
     MakeStarted();
@@ -336,16 +251,6 @@ TEST_F(WizardWindow, SignalsOfThePagesMoveTheWizard)
         Send(row.pSignal);
         EXPECT_EQ(Page(*m_pWindow), row.pLeadsTo) << row.nPage << " " << row.pSignal;
     }
-}
-
-TEST_F(WizardWindow, BackAndNextOfThePatternPageLeadBothWaysInTheManualFlow)
-{
-    MakeManual().EnterCoordinateOnly();
-    Send("backWdgSignal");
-    EXPECT_EQ(WaitsFor(*m_pWindow), "Fusion");
-    Send("nextWdgSignal");
-    Send("nextWdgSignal");
-    EXPECT_EQ(WaitsFor(*m_pWindow), "HandEye");
 }
 
 TEST_F(WizardWindow, CancelOfEveryPageAsks)
