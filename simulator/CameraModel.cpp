@@ -104,13 +104,10 @@ std::optional<double> CameraModel::ThetaFromRadius(double radius, double thetaSt
     return theta;
 }
 
-std::optional<CameraModel::Ray> CameraModel::RayOfPixel(const cv::Point2d& pixel, double thetaStart) const
+cv::Point2d CameraModel::Centred(const cv::Point2d& pixel) const
 {
     const double u = (pixel.x - m_lens.cx) / m_lens.fx;
     const double v = (pixel.y - m_lens.cy) / m_lens.fy;
-    if (!std::isfinite(u) || !std::isfinite(v) || std::hypot(u, v) > 10.0) {
-        return std::nullopt;
-    }
     double x = u;
     double y = v;
     // The decentring is a ten-thousandth: each round gains three digits.
@@ -125,27 +122,35 @@ std::optional<CameraModel::Ray> CameraModel::RayOfPixel(const cv::Point2d& pixel
             break;
         }
     }
-    const double radius = std::hypot(x, y);
-    const std::optional<double> theta = ThetaFromRadius(radius, thetaStart < 0.0 ? std::atan(radius) : thetaStart);
+    return {x, y};
+}
+
+std::optional<CameraModel::Ray> CameraModel::RayOfPixel(const cv::Point2d& pixel) const
+{
+    const double u = (pixel.x - m_lens.cx) / m_lens.fx;
+    const double v = (pixel.y - m_lens.cy) / m_lens.fy;
+    if (!std::isfinite(u) || !std::isfinite(v) || std::hypot(u, v) > 10.0) {
+        return std::nullopt;
+    }
+    const cv::Point2d plane = Centred(pixel);
+    const double radius = std::hypot(plane.x, plane.y);
+    const std::optional<double> theta = ThetaFromRadius(radius, std::atan(radius));
     if (!theta) {
         return std::nullopt;
     }
-    return Ray{*theta, radius > 0.0 ? cv::Point2d(x / radius, y / radius) : cv::Point2d(1.0, 0.0)};
+    return Ray{*theta, radius > 0.0 ? plane / radius : cv::Point2d(1.0, 0.0)};
 }
 
-std::optional<cv::Point2d> CameraModel::MachineFromPixel(const cv::Point2d& pixel, double* pThetaStart) const
+std::optional<cv::Point2d> CameraModel::MachineFromPixel(const cv::Point2d& pixel) const
 {
-    const std::optional<Ray> ray = RayOfPixel(pixel, pThetaStart != nullptr ? *pThetaStart : -1.0);
+    const std::optional<Ray> ray = RayOfPixel(pixel);
     if (!ray) {
         return std::nullopt;
-    }
-    if (pThetaStart != nullptr) {
-        *pThetaStart = ray->theta;
     }
     const double side = std::sin(ray->theta);
     const cv::Vec3d direction =
         m_machineFromCamera * cv::Vec3d(side * ray->direction.x, side * ray->direction.y, std::cos(ray->theta));
-    if (direction[2] < 0.05) {
+    if (direction[2] < g_dLeastDescent) {
         return std::nullopt;
     }
     const double length = -m_centreMm.z / direction[2];
@@ -154,7 +159,7 @@ std::optional<cv::Point2d> CameraModel::MachineFromPixel(const cv::Point2d& pixe
 
 std::optional<double> CameraModel::ThetaOfPixel(const cv::Point2d& pixel) const
 {
-    const std::optional<Ray> ray = RayOfPixel(pixel, -1.0);
+    const std::optional<Ray> ray = RayOfPixel(pixel);
     return ray ? std::optional<double>(ray->theta) : std::nullopt;
 }
 

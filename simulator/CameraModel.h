@@ -39,21 +39,27 @@ public:
     /// Raw pixel of a point of the surface; empty beyond the lens.
     std::optional<cv::Point2d> PixelFromMachine(const cv::Point2d& machineMm) const;
     /// Point of the surface seen at a raw pixel; empty where the ray misses it.
-    /// @param pThetaStart  in: where the search for the angle starts; out: the angle found
-    std::optional<cv::Point2d> MachineFromPixel(const cv::Point2d& pixel, double* pThetaStart = nullptr) const;
+    std::optional<cv::Point2d> MachineFromPixel(const cv::Point2d& pixel) const;
     /// Angle between the optical axis and the ray of a raw pixel, radians.
     std::optional<double> ThetaOfPixel(const cv::Point2d& pixel) const;
 
     double Radius(double theta) const;
     double RadiusDerivative(double theta) const;
+    /// Empty beyond the lens. The search starts at `thetaStart`.
+    std::optional<double> ThetaFromRadius(double radius, double thetaStart) const;
+    double MaxTheta() const { return m_maxTheta; }
+    /// A raw pixel on the plane of unit focal length, without the decentring.
+    cv::Point2d Centred(const cv::Point2d& pixel) const;
+
+    /// Rays that go down less steeply are taken to miss the surface.
+    static constexpr double g_dLeastDescent = 0.05;
 
 private:
     struct Ray {
         double theta;
         cv::Point2d direction; ///< unit vector in the picture plane
     };
-    std::optional<Ray> RayOfPixel(const cv::Point2d& pixel, double thetaStart) const;
-    std::optional<double> ThetaFromRadius(double radius, double thetaStart) const;
+    std::optional<Ray> RayOfPixel(const cv::Point2d& pixel) const;
 
     Lens m_lens;
     cv::Matx33d m_cameraFromMachine;

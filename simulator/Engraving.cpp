@@ -112,8 +112,11 @@ struct Footprint {
     /// Blur along a unit vector of the surface, millimetres.
     float SigmaMm(const cv::Point2f& direction) const
     {
-        return static_cast<float>(kBlurPx) * std::hypot(direction.dot(right), direction.dot(down));
+        const float a = direction.dot(right), b = direction.dot(down);
+        return static_cast<float>(kBlurPx) * std::sqrt(a * a + b * b);
     }
+    /// No direction has more.
+    float MostSigmaMm() const { return static_cast<float>(kBlurPx) * std::sqrt(right.dot(right) + down.dot(down)); }
 };
 
 Footprint FootprintOf(const cv::Mat& surfaceMm, int x, int y)
@@ -193,12 +196,15 @@ cv::Mat Engraving::Coverage(const CameraModel& camera, const cv::Mat& surfaceMm)
         }
     }
 
-    const auto strokeShare = [](const Stroke& stroke, const Footprint& spot) {
+    const auto strokeShare = [](const Stroke& stroke, const Footprint& spot, float mostSigma) {
         const cv::Point2f along(stroke.along);
         const cv::Point2f across(-along.y, along.x);
         const cv::Point2f offset = spot.mm - cv::Point2f(stroke.fromMm);
         const float half = static_cast<float>(0.5 * kLineWidthMm);
         const float aside = std::abs(offset.dot(across));
+        if (aside > half + 4.5f * mostSigma) {
+            return 0.0f;
+        }
         const float sigmaAcross = spot.SigmaMm(across);
         if (aside > half + 4.5f * sigmaAcross) {
             return 0.0f;
@@ -212,9 +218,12 @@ cv::Mat Engraving::Coverage(const CameraModel& camera, const cv::Mat& surfaceMm)
         const float width = NormalShare((aside + half) / sigmaAcross) - NormalShare((aside - half) / sigmaAcross);
         return width * (NormalShare((way + half) / sigmaAlong) - NormalShare((way - length - half) / sigmaAlong));
     };
-    const auto dotShare = [](const EngravedDot& dot, const Footprint& spot) {
+    const auto dotShare = [](const EngravedDot& dot, const Footprint& spot, float mostSigma) {
         const cv::Point2f offset = spot.mm - cv::Point2f(dot.centreMm);
-        const float distance = std::hypot(offset.x, offset.y);
+        const float distance = std::sqrt(offset.dot(offset));
+        if (std::abs(distance - static_cast<float>(dot.radiusMm)) > 6.0f * mostSigma) {
+            return distance < static_cast<float>(dot.radiusMm) ? 1.0f : 0.0f;
+        }
         const cv::Point2f outwards = distance > 0.0f ? offset / distance : cv::Point2f(1.0f, 0.0f);
         return NormalShare((static_cast<float>(dot.radiusMm) - distance) / spot.SigmaMm(outwards));
     };
@@ -233,10 +242,11 @@ cv::Mat Engraving::Coverage(const CameraModel& camera, const cv::Mat& surfaceMm)
                     if (!std::isfinite(spot.right.x + spot.right.y + spot.down.x + spot.down.y)) {
                         continue;
                     }
+                    const float mostSigma = spot.MostSigmaMm();
                     float clear = 1.0f;
                     for (const std::uint32_t nMark : marks) {
-                        clear *= 1.0f - (nMark < nFirstDot ? strokeShare(m_vecStrokes[nMark], spot)
-                                                           : dotShare(m_vecDots[nMark - nFirstDot], spot));
+                        clear *= 1.0f - (nMark < nFirstDot ? strokeShare(m_vecStrokes[nMark], spot, mostSigma)
+                                                           : dotShare(m_vecDots[nMark - nFirstDot], spot, mostSigma));
                     }
                     coverage.at<std::uint16_t>(y, x) =
                         static_cast<std::uint16_t>(std::clamp((1.0f - clear) * 65535.0f + 0.5f, 0.0f, 65535.0f));

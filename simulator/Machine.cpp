@@ -4,10 +4,10 @@
 #include "MachineImpl.h"
 #include "Material.h"
 #include "SeededNoise.h"
+#include "SurfaceTrace.h"
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace Simulator
 {
@@ -33,29 +33,6 @@ MountedCamera Mount(Machine::Kind kind, std::uint64_t nSeed, Side side)
     return camera;
 }
 
-/// Traces each pixel onto the surface.
-cv::Mat TraceSurface(const CameraModel& model)
-{
-    cv::Mat surface(model.PictureSize(), CV_32FC2);
-    cv::parallel_for_(cv::Range(0, surface.rows), [&](const cv::Range& rows) {
-        for (int y = rows.start; y < rows.end; ++y) {
-            auto* pRow = surface.ptr<cv::Point2f>(y);
-            double theta = -1.0;
-            for (int x = 0; x < surface.cols; ++x) {
-                // The neighbour's angle starts the search; it must not survive a pixel without a ray.
-                const auto mm = model.MachineFromPixel(cv::Point2d(x, y), &theta);
-                if (mm) {
-                    pRow[x] = cv::Point2f(*mm);
-                } else {
-                    pRow[x] = {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::quiet_NaN()};
-                    theta = -1.0;
-                }
-            }
-        }
-    });
-    return surface;
-}
-
 /// Light that the lens lets through, 1 in the middle.
 class ShadeOfLens
 {
@@ -70,9 +47,9 @@ public:
 
     float At(int x, int y) const
     {
-        const float radius =
-            std::hypot(static_cast<float>(x) - m_middle.x, static_cast<float>(y) - m_middle.y) / m_halfDiagonal;
-        return 1.0f / (1.0f + m_cornerLoss * radius * radius * (1.0f + 0.5f * radius * radius));
+        const cv::Point2f offset = (cv::Point2f(cv::Point(x, y)) - m_middle) / m_halfDiagonal;
+        const float square = offset.dot(offset);
+        return 1.0f / (1.0f + m_cornerLoss * square * (1.0f + 0.5f * square));
     }
 
 private:

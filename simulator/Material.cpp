@@ -17,6 +17,9 @@ float Visible(float bumpMm, float mmPerPx)
     return std::clamp(bumpMm / (2.0f * mmPerPx) - 0.5f, 0.0f, 1.0f);
 }
 
+/// Beyond this a knot bends the grain by less than a tenth of a micrometre.
+constexpr float g_fSquareOfKnotReach = 40.0f;
+
 float Smooth(float x)
 {
     const float t = std::clamp(x, 0.0f, 1.0f);
@@ -64,9 +67,13 @@ cv::Vec3f Material::SheetAt(cv::Point2f mm, float mmPerPx) const
     for (const Knot& knot : m_knots) {
         const float dx = (mm.x - knot.centreMm.x) / (3.5f * knot.radiusMm);
         const float dy = (mm.y - knot.centreMm.y) / knot.radiusMm;
-        const float near = std::exp(-0.35f * (dx * dx + dy * dy));
+        const float square = dx * dx + dy * dy;
+        if (square > g_fSquareOfKnotReach) {
+            continue;
+        }
+        const float near = std::exp(-0.35f * square);
         bend += 2.2f * knot.radiusMm * near * (dy > 0.0f ? 1.0f : -1.0f) * std::min(std::abs(dy), 1.0f);
-        const float core = std::hypot(dx * 2.6f, dy * 1.2f);
+        const float core = std::sqrt(6.76f * dx * dx + 1.44f * dy * dy);
         knotShade += Smooth(1.4f - core);
     }
     const float wave = 26.0f * ValueNoise(m_nGrain + 1u, mm.x / 420.0f, mm.y / 190.0f) +
