@@ -84,6 +84,24 @@ TEST_F(Theme, EveryPictureThatTheStyleSheetNamesCanBeDrawn)
     EXPECT_GE(nNamed, 7);
 }
 
+TEST_F(Theme, EachStepOfAManualRunHasItsOwnBarInTwoDensities)
+{
+    const QString strFolder = Workbench::InstallResourceFolder() + "/Res/Icon/CameraTwo/";
+    for (const auto& [strName, nSteps] : {std::pair(QString("Step"), 7), {QString("CoordinateStep"), 4}}) {
+        QImage before;
+        for (int i = 1; i <= nSteps; ++i) {
+            const QString strBar = strFolder + strName + QString::number(i);
+            const QImage bar(strBar + ".png");
+            ASSERT_FALSE(bar.isNull()) << qPrintable(strBar);
+            EXPECT_EQ(QImage(strBar + "@2x.png").size(), 2 * bar.size());
+            EXPECT_NE(bar, before);
+            // The step itself is filled, to the left of its digit.
+            EXPECT_EQ(bar.pixelColor(14 + 40 * (i - 1) - 8, 16), QColor(0x0b, 0x63, 0xb0));
+            before = bar;
+        }
+    }
+}
+
 TEST_F(Theme, TheCursorPictureHasItsTipInTheMiddle)
 {
     const QImage cursor(Workbench::InstallResourceFolder() + "/Res/Icon/RedArrow.svg");

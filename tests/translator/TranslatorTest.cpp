@@ -139,13 +139,21 @@ TEST_F(TranslatorTest, TheTablesHaveTheSameKeysWithoutGaps)
 
 TEST_F(TranslatorTest, TextsCallAButtonWhatItBears)
 {
+    // The English text of this page calls two of its buttons by other names; the tables need not.
+    const QString strMarks = "Please click the <Take a picture> button to get the photo.";
+    const auto bears = [&](const QString& strText, const QString& strNamed) {
+        const bool bMarks = strText.startsWith(strMarks);
+        return bMarks && strNamed == "Take a picture" ? QString("Photo")
+               : bMarks && strNamed == "Confirm"      ? QString("Ok")
+                                                      : strNamed;
+    };
     int nNamed = 0;
     for (const QString& strLanguage : {QString("zh"), QString("de"), QString("es")}) {
         const QJsonObject table = Table(strLanguage);
         for (const QString& strKey : table.keys()) {
             auto it = QRegularExpression("[<\\[]([^>\\]]+)[>\\]]").globalMatch(strKey);
             while (it.hasNext()) {
-                const QString strButton = table.value(it.next().captured(1)).toString();
+                const QString strButton = table.value(bears(strKey, it.next().captured(1))).toString();
                 EXPECT_TRUE(table.value(strKey).toString().contains(strButton)) << qPrintable(strKey);
                 nNamed += strButton.isEmpty() ? 0 : 1;
             }
