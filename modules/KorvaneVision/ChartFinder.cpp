@@ -108,21 +108,69 @@ std::vector<double> DiscRadii(const std::vector<Disc>& discs, const LatticeModel
     return radii;
 }
 
-/// Whether the lattice has most of a row or column more than the chart. Asked of the full picture, where discs show
-/// that the threshold of this try did not.
-bool GoesOn(const cv::Mat& grey, const std::vector<Disc>& discs, const LatticeModel& model, const cv::Size& board)
+/// Mean of the nine pixels around a place; empty at the picture's border and beyond.
+std::optional<double> LevelAt(const cv::Mat& grey, const cv::Point2d& place)
+{
+    if (!cv::Rect2d(1.0, 1.0, grey.cols - 3.0, grey.rows - 3.0).contains(place)) {
+        return std::nullopt;
+    }
+    return cv::mean(grey(cv::Rect(cvRound(place.x) - 1, cvRound(place.y) - 1, 3, 3)))[0];
+}
+
+/// Whether a disc that the picture's border cuts stands beside one of the chart: ink, with paper on both sides, as
+/// around the disc inside. The edge of the paper has no paper on the sides.
+/// @param inside   place of the disc inside, in the lattice
+/// @param outward  unit step to the place that is asked for
+/// @param radius   of the discs, in pitches
+/// @return empty where too little of the place is in view
+std::optional<bool> IsCutDisc(const cv::Mat& grey, const LatticeModel& model, const cv::Point2d& inside,
+                              const cv::Point2d& outward, double radius)
+{
+    const cv::Point2d aside(-0.5 * outward.y, 0.5 * outward.x);
+    const auto level = [&](const cv::Point2d& place) { return LevelAt(grey, model.PixelFromLattice(place)); };
+    const auto ink = level(inside);
+    const auto paperLeft = level(inside - aside);
+    const auto paperRight = level(inside + aside);
+    // As much of the disc as is in view, down to its rim that is nearest to the chart.
+    for (const double share : {0.0, 0.35, 0.7}) {
+        const cv::Point2d place = inside + (1.0 - share * radius) * outward;
+        const auto middle = level(place);
+        const auto left = level(place - aside);
+        const auto right = level(place + aside);
+        if (middle && (left || right) && ink && (paperLeft || paperRight)) {
+            const double halfway = 0.5 * (*ink + (paperLeft ? *paperLeft : *paperRight));
+            return *middle < halfway && left.value_or(255.0) > halfway && right.value_or(255.0) > halfway;
+        }
+    }
+    return std::nullopt;
+}
+
+/// Whether the lattice has more rows or columns than the chart: most of one, or all that is in view of one that the
+/// picture's border cuts. Asked of the full picture, where discs show that the threshold of this try did not.
+bool GoesOn(const cv::Mat& grey, const std::vector<Disc>& discs, const LatticeModel& model, const cv::Size& board,
+            double radius)
 {
     const auto more = [&](const cv::Point& first, const cv::Point& along, const cv::Point& outward, int nLength) {
         int nSeen = 0;
+        int nInView = 0;
         for (int k = 0; k < nLength; ++k) {
             const cv::Point inside = first + k * along;
             const Disc& beside = discs[static_cast<std::size_t>(inside.y) * static_cast<std::size_t>(board.width) +
                                        static_cast<std::size_t>(inside.x)];
             const cv::Point2d step =
                 model.PixelFromLattice(cv::Point2d(inside + outward)) - model.PixelFromLattice(cv::Point2d(inside));
-            nSeen += RefineDisc(grey, {beside.centre + step, beside.axes}) ? 1 : 0;
+            std::optional<bool> seen = RefineDisc(grey, {beside.centre + step, beside.axes}).has_value();
+            if (!*seen) {
+                const double reach = beside.MeanRadiusPx();
+                const cv::Rect2d clear(reach, reach, grey.cols - 2.0 * reach, grey.rows - 2.0 * reach);
+                if (!clear.contains(beside.centre + step)) {
+                    seen = IsCutDisc(grey, model, inside, outward, radius);
+                }
+            }
+            nSeen += seen.value_or(false) ? 1 : 0;
+            nInView += seen ? 1 : 0;
         }
-        return 5 * nSeen > 2 * nLength;
+        return 5 * nSeen > 2 * nLength || (nSeen >= 2 && 3 * nSeen > 2 * nInView);
     };
     return more({0, 0}, {1, 0}, {0, -1}, board.width) || more({0, board.height - 1}, {1, 0}, {0, 1}, board.width) ||
            more({0, 0}, {0, 1}, {-1, 0}, board.height) || more({board.width - 1, 0}, {0, 1}, {1, 0}, board.height);
@@ -166,7 +214,7 @@ Attempt Measure(FoundChart chart, const cv::Size& board, const cv::Mat& grey)
         return Refused(Stage::NotFlat, "not a lattice: the discs are " + Words(chart.dRmsPx) +
                                            " px rms off a flat one, at most " + Words(limit) + " is accepted");
     }
-    if (GoesOn(grey, chart.discs, *model, board)) {
+    if (GoesOn(grey, chart.discs, *model, board, *smallest)) {
         return Refused(Stage::TooLarge, "not a lattice of " + Words(board) + ": the one that is seen is larger");
     }
     Attempt attempt;

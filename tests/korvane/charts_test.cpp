@@ -233,6 +233,33 @@ TEST(Charts, ALargerChartOfWhichADiscIsHiddenIsRefused)
     EXPECT_THAT(GetLastError(), HasSubstr("larger"));
 }
 
+TEST(Charts, ALargerChartWhoseNextRowIsCutByThePicturesBorderIsRefused)
+{
+    // The tenth row's centres lie at y 750, its discs begin at 730; the eighth column likewise at x 590 and 570.
+    const cv::Mat tenRows = Drawn(Lattice({7, 10}), 20.0);
+    const cv::Mat eightColumns = Drawn(Lattice({8, 9}), 20.0);
+    for (const int nCut : {8, 14, 20, 30, 38}) {
+        const cv::Mat below = tenRows.rowRange(0, 730 + nCut);
+        cv::Mat above;
+        cv::flip(below, above, 0);
+        const cv::Mat besides = eightColumns.colRange(0, 570 + nCut);
+        for (const cv::Mat& picture : {below, above, besides}) {
+            EXPECT_FALSE(Find(picture).bFound) << nCut;
+            EXPECT_THAT(GetLastError(), HasSubstr("larger")) << nCut;
+        }
+    }
+    EXPECT_TRUE(Find(tenRows.rowRange(0, 728)).bFound) << "nothing of a tenth row is in view";
+}
+
+TEST(Charts, AChartWhosePaperEndsAtThePicturesBorderIsFound)
+{
+    for (const int nEnd : {735, 742, 750, 760, 775}) {
+        cv::Mat picture = Drawn(Lattice(g_board), 20.0).rowRange(0, nEnd).clone();
+        picture.rowRange(731, nEnd).setTo(cv::Scalar::all(35)); // the dark bed beyond the paper
+        EXPECT_TRUE(Find(picture).bFound) << nEnd << ": " << GetLastError();
+    }
+}
+
 TEST(Charts, ALatticeThatIsNotFlatIsRefused)
 {
     EXPECT_TRUE(Find(Drawn(Lattice(g_board, 0.5), 20.0)).bFound) << GetLastError();
