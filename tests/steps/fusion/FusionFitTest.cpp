@@ -87,7 +87,6 @@ TEST_F(FusionFit, PassesBothPicturesAndHalvesOfTheRectangleToTheModule)
 TEST_F(FusionFit, AFitShowsItsMatchesAndOpensTheWayOn)
 {
     Arm();
-    m_pPage->setEnabled(true);
     DrawRect(50, 60, 350, 160);
     EXPECT_EQ(Shown().pixelColor(200, 150), QColor(255, 0, 0));
     EXPECT_EQ(Label().GetImageSize(), QSize(400, 300));
@@ -164,6 +163,27 @@ TEST_F(FusionFit, AModuleThatThrowsCountsAsTooFewMatches)
     EXPECT_EQ(m_answers.Notices().size(), 2u) << "the homography of the fit before is gone";
 }
 
+TEST_F(FusionFit, AFitEnablesThePageItself)
+{
+    Arm();
+    DrawRect(50, 60, 350, 160);
+    m_pPage->setEnabled(false);
+    QMetaObject::invokeMethod(m_pPage.get(), "DrawRoiEndingSlot", Qt::DirectConnection);
+    EXPECT_TRUE(m_pPage->isEnabled());
+}
+
+TEST_F(FusionFit, ThePicturesAreThePagesOwn)
+{
+    Arm();
+    const cv::Mat left = m_leftPicture.clone();
+    // A camera may fill the same memory again.
+    m_leftPicture.setTo(cv::Scalar::all(255));
+    m_rightPicture.setTo(cv::Scalar::all(255));
+    DrawRect(50, 60, 350, 160);
+    EXPECT_EQ(cv::norm(Doubles::The().matchings[0].left, left, cv::NORM_INF), 0.0);
+    EXPECT_NE(cv::norm(Doubles::The().matchings[0].right, m_rightPicture, cv::NORM_INF), 0.0);
+}
+
 // ---- Rectangles that are no region ----
 
 TEST_F(FusionFit, ARightEdgeOnTheSeamIsRefused)
@@ -214,6 +234,14 @@ TEST_F(FusionFit, OneThatEndsRightOfThePictureIsNotCut)
     Arm();
     DrawRect(50, 60, 700, 160);
     ExpectMatched(cv::Rect(50, 60, 150, 100), cv::Rect(0, 60, 500, 100));
+}
+
+TEST_F(FusionFit, ARefusalShutsTheStartButtonSinceDrawingHasStarted)
+{
+    OpenAndShoot();
+    ASSERT_TRUE(IsEnabled("setRoiRect"));
+    QMetaObject::invokeMethod(m_pPage.get(), "DrawRoiEndingSlot", Qt::DirectConnection);
+    ExpectRefused("[Fusion]The left roi is empty!");
 }
 
 TEST_F(FusionFit, WithoutPicturesTheRegionIsRefused)

@@ -88,6 +88,15 @@ TEST_F(FusionShot, WhileItCountsTheRegionMayBeDrawnButNoPhotoTaken)
     EXPECT_FALSE(IsCounting(*m_pPage));
 }
 
+TEST_F(FusionShot, ANewPictureHidesTheHintOfTheOneBefore)
+{
+    Open();
+    auto& hint = Child<QLabel>(*m_pPage, "label_fusionHint");
+    hint.show();
+    Click("snap");
+    EXPECT_TRUE(hint.isHidden());
+}
+
 TEST_F(FusionShot, ACountdownGoesOnWhereThePageBeforeItStopped)
 {
     // Shared by all objects of the class.
