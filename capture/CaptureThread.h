@@ -10,5 +10,6 @@ class QThread;
 /// where the thread has ended in time, else when it ends. Call it on the thread that made the QThread; either may be
 /// null.
 /// @param pWorker  moved to `pThread`, or not moved yet
+/// @param nPatienceMs  -1 waits as long as it takes
 /// @return whether both are gone already
 bool EndCapture(QThread* pThread, CameraWorker* pWorker, int nPatienceMs = 2000);

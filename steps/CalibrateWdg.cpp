@@ -2,11 +2,11 @@
 
 #include "ui_CalibrateWdg.h"
 
+#include "CameraPicture.h"
 #include "CameraWorker.h"
 #include "CaptureThread.h"
 #include "CCameraCalibration.h"
 #include "FileStore.h"
-#include "LivePicture.h"
 #include "Log.h"
 #include "Notice.h"
 #include "PageParts.h"
@@ -51,7 +51,7 @@ CalibrateWdg::CalibrateWdg(QWidget* parent, IDeviceHost* pDeviceHost)
       m_strWantedCamera(Wording("None")), m_pDeviceHost(pDeviceHost)
 {
     ui->setupUi(this);
-    m_pLivePicture = new LivePicture(ui->label_snapPic);
+    m_pSnapPicture = new CameraPicture(ui->label_snapPic);
     ui->widget_photoRange->installEventFilter(this);
     RetranslateTexts();
     ShowPicNum(m_nPicIndex - 1);
@@ -79,7 +79,7 @@ void CalibrateWdg::showEvent(QShowEvent* event)
     m_nPicIndex = 1;
     ShowPicNum(m_nPicIndex - 1);
     ui->label_cameraPic->clear();
-    m_pLivePicture->Clear();
+    m_pSnapPicture->Clear();
     LoadProgress();
     ui->label_picError->setText(Wording("picture"));
     RefreshStep();

@@ -21,7 +21,7 @@
 class CameraWorker;
 class CCameraCalibration;
 class IDeviceHost;
-class LivePicture;
+class CameraPicture;
 class QThread;
 
 namespace Ui
@@ -130,5 +130,5 @@ private:
     int m_nCameraType = -1;
     IDeviceHost* m_pDeviceHost;
 
-    LivePicture* m_pLivePicture; ///< belongs to its label
+    CameraPicture* m_pSnapPicture; ///< belongs to its label
 };

@@ -5,10 +5,10 @@
 #include "ui_CalibrateWdg.h"
 
 #include "CalibGlobalParam.h"
+#include "CameraPicture.h"
 #include "CameraWorker.h"
 #include "CCameraCalibration.h"
 #include "FileStore.h"
-#include "LivePicture.h"
 #include "Log.h"
 #include "Notice.h"
 #include "PageParts.h"
@@ -178,7 +178,7 @@ void CalibrateWdg::on_pushButton_snap_clicked()
 
 void CalibrateWdg::RecvSnapSlot(QImage image)
 {
-    m_pLivePicture->Show(image);
+    m_pSnapPicture->Show(image);
 }
 
 void CalibrateWdg::SavePicSuccessSlot(QString picPath)

@@ -1,4 +1,4 @@
-#include "LivePicture.h"
+#include "CameraPicture.h"
 
 #include <QEvent>
 #include <QLabel>
@@ -35,13 +35,13 @@ QSize DeviceSize(const QLabel& label)
 
 } // namespace
 
-LivePicture::LivePicture(QLabel* pLabel) : QObject(pLabel), m_pLabel(pLabel)
+CameraPicture::CameraPicture(QLabel* pLabel) : QObject(pLabel), m_pLabel(pLabel)
 {
     pLabel->installEventFilter(this);
     NoteSize();
 }
 
-bool LivePicture::eventFilter(QObject* watched, QEvent* event)
+bool CameraPicture::eventFilter(QObject* watched, QEvent* event)
 {
     if (event->type() == QEvent::Resize || event->type() == QEvent::Show) {
         NoteSize();
@@ -49,14 +49,14 @@ bool LivePicture::eventFilter(QObject* watched, QEvent* event)
     return QObject::eventFilter(watched, event);
 }
 
-void LivePicture::NoteSize()
+void CameraPicture::NoteSize()
 {
     const std::lock_guard lock(m_mutex);
     m_size = DeviceSize(*m_pLabel);
     m_dRatio = m_pLabel->devicePixelRatioF();
 }
 
-void LivePicture::Show(const QImage& image)
+void CameraPicture::Show(const QImage& image)
 {
     QSize size;
     double dRatio = 1.0;
@@ -82,11 +82,11 @@ void LivePicture::Show(const QImage& image)
     if (bHere) {
         ShowNewest();
     } else {
-        QMetaObject::invokeMethod(this, &LivePicture::ShowNewest, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(this, &CameraPicture::ShowNewest, Qt::QueuedConnection);
     }
 }
 
-void LivePicture::ShowNewest()
+void CameraPicture::ShowNewest()
 {
     QImage shown;
     {
@@ -100,7 +100,7 @@ void LivePicture::ShowNewest()
     }
 }
 
-void LivePicture::Clear()
+void CameraPicture::Clear()
 {
     {
         const std::lock_guard lock(m_mutex);

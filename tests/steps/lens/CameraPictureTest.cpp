@@ -1,4 +1,4 @@
-#include "LivePicture.h"
+#include "CameraPicture.h"
 
 #include <gtest/gtest.h>
 
@@ -12,13 +12,13 @@
 namespace
 {
 
-class LivePictureTest : public testing::Test
+class CameraPictureTest : public testing::Test
 {
 protected:
-    LivePictureTest()
+    CameraPictureTest()
     {
         m_label.resize(60, 80);
-        m_pPicture = new LivePicture(&m_label);
+        m_pPicture = new CameraPicture(&m_label);
     }
     static QImage Plain(QColor colour, int nWidth = 8, int nHeight = 6)
     {
@@ -34,19 +34,19 @@ protected:
     QColor Colour() const { return Shown().isNull() ? QColor() : Shown().pixelColor(2, 2); }
 
     QLabel m_label;
-    LivePicture* m_pPicture;
+    CameraPicture* m_pPicture;
 };
 
 } // namespace
 
-TEST_F(LivePictureTest, OnTheGuiThreadAPictureIsShownAtOnce)
+TEST_F(CameraPictureTest, OnTheGuiThreadAPictureIsShownAtOnce)
 {
     m_pPicture->Show(Plain(Qt::red));
     EXPECT_EQ(Colour(), QColor(Qt::red));
     EXPECT_EQ(Shown().size(), QSize(60, 80));
 }
 
-TEST_F(LivePictureTest, FromAnotherThreadOnlyTheNewestIsShownAndNobodyWaits)
+TEST_F(CameraPictureTest, FromAnotherThreadOnlyTheNewestIsShownAndNobodyWaits)
 {
     ShowElsewhere(Plain(Qt::red));
     ShowElsewhere(Plain(Qt::green));
@@ -61,7 +61,7 @@ TEST_F(LivePictureTest, FromAnotherThreadOnlyTheNewestIsShownAndNobodyWaits)
     EXPECT_EQ(m_label.pixmap(Qt::ReturnByValue).cacheKey(), nShown);
 }
 
-TEST_F(LivePictureTest, APictureOfTheGuiThreadReplacesOneThatWaits)
+TEST_F(CameraPictureTest, APictureOfTheGuiThreadReplacesOneThatWaits)
 {
     ShowElsewhere(Plain(Qt::red));
     m_pPicture->Show(Plain(Qt::green));
@@ -73,7 +73,7 @@ TEST_F(LivePictureTest, APictureOfTheGuiThreadReplacesOneThatWaits)
     EXPECT_EQ(Colour(), QColor(Qt::blue));
 }
 
-TEST_F(LivePictureTest, ClearingDropsAPictureThatWaits)
+TEST_F(CameraPictureTest, ClearingDropsAPictureThatWaits)
 {
     ShowElsewhere(Plain(Qt::red));
     m_pPicture->Clear();
@@ -84,7 +84,7 @@ TEST_F(LivePictureTest, ClearingDropsAPictureThatWaits)
     EXPECT_EQ(Colour(), QColor(Qt::green));
 }
 
-TEST_F(LivePictureTest, ThePictureFollowsTheLabelsSizeAndKeepsItsShape)
+TEST_F(CameraPictureTest, ThePictureFollowsTheLabelsSizeAndKeepsItsShape)
 {
     m_label.resize(60, 200);
     m_label.show();
@@ -98,7 +98,7 @@ TEST_F(LivePictureTest, ThePictureFollowsTheLabelsSizeAndKeepsItsShape)
     EXPECT_EQ(Shown().size(), QSize(30, 40));
 }
 
-TEST_F(LivePictureTest, NoPictureAtAllShowsNothing)
+TEST_F(CameraPictureTest, NoPictureAtAllShowsNothing)
 {
     m_pPicture->Show(QImage());
     EXPECT_TRUE(Shown().isNull());

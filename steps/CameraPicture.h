@@ -12,11 +12,11 @@
 
 class QLabel;
 
-class LivePicture : public QObject
+class CameraPicture : public QObject
 {
 public:
     /// @param pLabel  becomes the owner
-    explicit LivePicture(QLabel* pLabel);
+    explicit CameraPicture(QLabel* pLabel);
 
     /// Any thread. On the GUI thread the label shows the picture at once, else as soon as that thread gets to it,
     /// unless a newer one has come or the label was cleared meanwhile. Never waits for the GUI thread.
