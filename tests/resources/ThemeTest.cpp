@@ -11,6 +11,9 @@
 #include <QStyle>
 #include <QToolButton>
 
+#include <algorithm>
+#include <vector>
+
 /// The style sheet knows the wizard by its class.
 class CalibrateTwoCameraWnd : public QMainWindow
 {
@@ -69,6 +72,26 @@ TEST_F(Theme, TheWaitingPictureFollowsTheState)
     EXPECT_NE(handEye, empty);
     EXPECT_NE(fusion, empty);
     EXPECT_NE(handEye, fusion);
+}
+
+TEST_F(Theme, EveryPictureOfTheChartHasItsPose)
+{
+    std::vector<QImage> looks{Look<QLabel>("label_hintPic", "state", "")};
+    for (int i = 1; i <= 10; ++i) {
+        const QImage look = Look<QLabel>("label_hintPic", "state", QByteArray::number(i));
+        EXPECT_EQ(std::find(looks.begin(), looks.end(), look), looks.end()) << i;
+        looks.push_back(look);
+    }
+}
+
+TEST_F(Theme, TheBarShowsWhichCameraIsInHand)
+{
+    const QImage empty = Look<QLabel>("label_hintBar", "state", "");
+    const QImage left = Look<QLabel>("label_hintBar", "state", "1");
+    const QImage right = Look<QLabel>("label_hintBar", "state", "2");
+    EXPECT_NE(left, empty);
+    EXPECT_NE(right, empty);
+    EXPECT_NE(left, right);
 }
 
 TEST_F(Theme, EveryPictureThatTheStyleSheetNamesCanBeDrawn)
