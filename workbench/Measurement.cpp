@@ -22,6 +22,9 @@ namespace
 
 constexpr double g_dDotPitchMm = 25.0;
 constexpr double g_dDotRadiusMm = 1.2;
+/// Of the first dot, in pitches. Not the middle: a picture that is turned or mirrored must not show dots in the same
+/// places.
+constexpr double g_dFirstDot = 0.4;
 
 DotOptions DotsToLocate()
 {
@@ -132,9 +135,9 @@ std::optional<double> ApartMm(const AlonePictures& alone, const cv::Point2d& pla
 std::vector<Simulator::EngravedDot> DotGrid(const cv::Size2d& areaMm)
 {
     std::vector<Simulator::EngravedDot> dots;
-    for (int nRow = 0; (nRow + 0.5) * g_dDotPitchMm < areaMm.height; ++nRow) {
-        for (int nCol = 0; (nCol + 0.5) * g_dDotPitchMm < areaMm.width; ++nCol) {
-            dots.push_back({cv::Point2d(nCol + 0.5, nRow + 0.5) * g_dDotPitchMm, g_dDotRadiusMm});
+    for (int nRow = 0; (nRow + g_dFirstDot) * g_dDotPitchMm < areaMm.height; ++nRow) {
+        for (int nCol = 0; (nCol + g_dFirstDot) * g_dDotPitchMm < areaMm.width; ++nCol) {
+            dots.push_back({cv::Point2d(nCol + g_dFirstDot, nRow + g_dFirstDot) * g_dDotPitchMm, g_dDotRadiusMm});
         }
     }
     return dots;
