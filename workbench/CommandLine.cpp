@@ -187,9 +187,6 @@ CommandLine ParseCommandLine(const QStringList& listWords)
     if (line.strCommand == "lens" && (line.strImages.isEmpty() || line.strOut.isEmpty())) {
         throw Wrong("lens needs --images and --out.");
     }
-    if (line.strCommand == "calibrate" && line.IsManual()) {
-        throw Wrong("The manual flow cannot be calibrated by command yet.");
-    }
     return line;
 }
 

@@ -1,46 +1,28 @@
 // The calibration by command: an operator script at the real pages, with what comes between.
 
+#include "CalibrateProcess.h"
 #include "Clicks.h"
 #include "Machine.h"
 #include "OperatorScript.h"
-#include "WorkbenchProcess.h"
 
-#include <gtest/gtest.h>
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QProcess>
-#include <QProcessEnvironment>
-#include <QTemporaryDir>
 
 namespace
 {
 
 using Simulator::Machine;
 
-constexpr int g_nMostMs = 280'000;
-
-class CalibrateCommand : public testing::Test
+class CalibrateCommand : public CalibrateProcess
 {
 protected:
-    QString Path(const QString& strName) const { return m_folder.filePath(strName); }
-    QStringList Words(const QStringList& more = {}) const
-    {
-        return QStringList{"calibrate", "--data", Path("data"), "--out", Path("out")} + more;
-    }
+    CalibrateCommand() : CalibrateProcess("automatic") {}
 
-    QJsonObject Report() const
-    {
-        QFile file(Path("out/report.json"));
-        return file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object() : QJsonObject();
-    }
     void ExpectMeasuresKept() const
     {
         const QJsonObject report = Report();
@@ -54,7 +36,7 @@ protected:
         EXPECT_EQ(report["coverage"].toDouble(), 1.0);
     }
 
-    QString WriteScript(const Workbench::OperatorScript& script) const
+    QString WriteClicks(const Workbench::OperatorScript& script) const
     {
         const auto toJson = [](const std::vector<QPointF>& points) {
             QJsonArray array;
@@ -63,38 +45,8 @@ protected:
             }
             return array;
         };
-        const QJsonObject object{{"left", toJson(script.left)}, {"right", toJson(script.right)}};
-        QFile file(Path("operator.json"));
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(QJsonDocument(object).toJson());
-        return file.fileName();
+        return WriteScript({{"left", toJson(script.left)}, {"right", toJson(script.right)}});
     }
-
-    /// Starts the command and kills it without warning as soon as it says this word. False when it ended before.
-    bool KillAt(const QString& strWord) const
-    {
-        QProcess process;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert("HOME", m_folder.path());
-        process.setProcessEnvironment(environment);
-        process.start(WorkbenchFile(), Words());
-        QElapsedTimer clock;
-        clock.start();
-        QByteArray output;
-        while (!output.contains(strWord.toUtf8()) && clock.elapsed() < g_nMostMs &&
-               process.state() != QProcess::NotRunning) {
-            process.waitForReadyRead(100);
-            output += process.readAllStandardOutput();
-        }
-        const bool bSaid = output.contains(strWord.toUtf8());
-        process.kill();
-        process.waitForFinished();
-        EXPECT_TRUE(bSaid) << strWord.toStdString() << " was not said: " << output.toStdString()
-                           << process.readAllStandardError().toStdString();
-        return bSaid;
-    }
-
-    QTemporaryDir m_folder;
 };
 
 } // namespace
@@ -106,7 +58,7 @@ TEST_F(CalibrateCommand, ARunThatIsKilledAtEveryStepIsResumedEachTimeAndEndsRigh
                               "Calibrating the right camera", "Stitching"}) {
         ASSERT_TRUE(KillAt(pStep));
     }
-    const WorkbenchRun run = RunWorkbench(Words(), m_folder.path());
+    const WorkbenchRun run = Run();
     EXPECT_EQ(run.nExitCode, 0) << qPrintable(run.strOutput) << qPrintable(run.strError);
     // What was done before the last of them is not done again.
     for (const char* pStep : {"Choosing the work area", "Engraving the pattern", "Calibrating the left camera"}) {
@@ -118,8 +70,8 @@ TEST_F(CalibrateCommand, ARunThatIsKilledAtEveryStepIsResumedEachTimeAndEndsRigh
 TEST_F(CalibrateCommand, TakesTheClicksOfAScript)
 {
     const Machine machine(Machine::Kind::Automatic, 5);
-    const QString strScript = WriteScript(Workbench::SimulatedOperator(machine, {.sigmaPx = 2.0, .nSeed = 99}));
-    const WorkbenchRun run = RunWorkbench(Words({"--seed", "5", "--script", strScript}), m_folder.path());
+    const QString strScript = WriteClicks(Workbench::SimulatedOperator(machine, {.sigmaPx = 2.0, .nSeed = 99}));
+    const WorkbenchRun run = Run({"--seed", "5", "--script", strScript});
     EXPECT_EQ(run.nExitCode, 0) << qPrintable(run.strOutput) << qPrintable(run.strError);
     ExpectMeasuresKept();
 }
@@ -139,12 +91,12 @@ TEST_F(CalibrateCommand, PicturesOnFileAreCalibratedWithClicksFromAFile)
                        .toUtf8());
     settings.close();
 
-    const WorkbenchRun without = RunWorkbench(Words(), m_folder.path());
+    const WorkbenchRun without = Run();
     EXPECT_EQ(without.nExitCode, 2);
     EXPECT_TRUE(without.ErrorIsOneSentence()) << qPrintable(without.strError);
 
-    const QString strScript = WriteScript(Workbench::SimulatedOperator(machine, {.sigmaPx = 3.0, .nSeed = 4}));
-    const WorkbenchRun run = RunWorkbench(Words({"--script", strScript}), m_folder.path());
+    const QString strScript = WriteClicks(Workbench::SimulatedOperator(machine, {.sigmaPx = 3.0, .nSeed = 4}));
+    const WorkbenchRun run = Run({"--script", strScript});
     ASSERT_EQ(run.nExitCode, 0) << qPrintable(run.strOutput) << qPrintable(run.strError);
     const cv::Mat area = cv::imread(Path("out/work_area.png").toStdString(), cv::IMREAD_GRAYSCALE);
     ASSERT_EQ(area.size(), cv::Size(7800, 5400));
@@ -158,7 +110,7 @@ TEST_F(CalibrateCommand, PicturesOnFileAreCalibratedWithClicksFromAFile)
 
 TEST_F(CalibrateCommand, ACalibrationThatFailsLeavesTheOneOfBefore)
 {
-    const WorkbenchRun good = RunWorkbench(Words(), m_folder.path());
+    const WorkbenchRun good = Run();
     ASSERT_EQ(good.nExitCode, 0) << qPrintable(good.strError);
     const QString strRecord = Path("data/Quillboost/Resources/Vision/calib/Camera_Two/Result/L_AutoDualCalibrate.xml");
     QFile record(strRecord);
@@ -169,7 +121,7 @@ TEST_F(CalibrateCommand, ACalibrationThatFailsLeavesTheOneOfBefore)
     const Machine machine(Machine::Kind::Automatic, 1);
     Workbench::OperatorScript script = Workbench::SimulatedOperator(machine, {});
     script.left[3] = script.left[4];
-    const WorkbenchRun bad = RunWorkbench(Words({"--script", WriteScript(script)}), m_folder.path());
+    const WorkbenchRun bad = Run({"--script", WriteClicks(script)});
     EXPECT_EQ(bad.nExitCode, 1) << qPrintable(bad.strOutput);
     EXPECT_TRUE(bad.strError.startsWith("The machine could not be calibrated. The wizard said: "))
         << qPrintable(bad.strError);

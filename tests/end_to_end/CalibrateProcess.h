@@ -1,0 +1,34 @@
+#pragma once
+
+// The command `workbench calibrate` in a folder of a test: run to its end, or killed without warning as soon as it says
+// a certain thing, as a power cut would.
+
+#include "WorkbenchProcess.h"
+
+#include <gtest/gtest.h>
+
+#include <QJsonObject>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+class CalibrateProcess : public testing::Test
+{
+protected:
+    /// @param strFlow  "automatic" or "manual"
+    explicit CalibrateProcess(const QString& strFlow) : m_strFlow(strFlow) {}
+
+    QString Path(const QString& strName) const { return m_folder.filePath(strName); }
+    /// Data in "data" and results in "out" below the folder of the test.
+    QStringList Words(const QStringList& more = {}) const;
+    WorkbenchRun Run(const QStringList& more = {}) const { return RunWorkbench(Words(more), m_folder.path()); }
+    /// Starts the command and kills it at this word. False, and a failure of the test, when it ended before.
+    bool KillAt(const QString& strWord) const;
+
+    /// Empty while there is none.
+    QJsonObject Report() const;
+    QString WriteScript(const QJsonObject& script) const;
+
+    const QString m_strFlow;
+    QTemporaryDir m_folder;
+};

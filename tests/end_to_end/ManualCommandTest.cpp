@@ -1,0 +1,171 @@
+// The manual calibration by command: an operator script at the real pages, killed on each of them, and scripts of
+// operators who do it wrong.
+
+#include "CalibrateProcess.h"
+#include "FusedFrame.h"
+
+#include <gmock/gmock.h>
+#include <opencv2/core.hpp>
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QJsonArray>
+
+#include <algorithm>
+#include <memory>
+
+namespace
+{
+
+using testing::EndsWith;
+using testing::HasSubstr;
+
+constexpr const char* g_pCameraTwo = "/Quillboost/Resources/Vision/calib/Camera_Two/";
+/// A region that crosses the seam, in shares of the two pictures.
+const QJsonArray g_region{0.42, 0.05, 0.16, 0.9};
+
+void CopyFolder(const QString& strFrom, const QString& strTo)
+{
+    ASSERT_TRUE(QDir().mkpath(strTo));
+    QDirIterator it(strFrom, QDir::AllEntries | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        it.next();
+        const QString strTarget = strTo + "/" + QDir(strFrom).relativeFilePath(it.filePath());
+        ASSERT_TRUE(it.fileInfo().isDir() ? QDir().mkpath(strTarget) : QFile::copy(it.filePath(), strTarget));
+    }
+}
+
+class ManualCommand : public CalibrateProcess
+{
+protected:
+    ManualCommand() : CalibrateProcess("manual") {}
+
+    /// A run that was killed on one page after the other, resumed each time; kept as it stood on two of them.
+    struct KilledRun {
+        QTemporaryDir folder;
+        bool bOnEachPage = false;
+        QString AtFusion() const { return folder.filePath("at_fusion"); }
+        QString AtMarks() const { return folder.filePath("at_marks"); }
+    };
+    static void TearDownTestSuite() { s_pKilled.reset(); }
+    void SetUp() override
+    {
+        if (!s_pKilled) {
+            s_pKilled = std::make_unique<KilledRun>();
+            s_pKilled->bOnEachPage = KillOnEachPage();
+        }
+        ASSERT_TRUE(s_pKilled->bOnEachPage);
+        QDir(Path("data")).removeRecursively();
+    }
+    bool KillOnEachPage() const
+    {
+        for (const char* pStep : {"Photographing the chart with the left", "Photographing the chart with the right",
+                                  "Engraving the pattern", "Drawing the region"}) {
+            if (!KillAt(pStep)) {
+                return false;
+            }
+        }
+        CopyFolder(Path("data"), s_pKilled->AtFusion());
+        // The second pattern; a run that is resumed here begins with the fusion again.
+        for (const char* pStep : {"Choosing the work area", "Engraving the pattern", "Marking"}) {
+            if (!KillAt(pStep)) {
+                return false;
+            }
+        }
+        CopyFolder(Path("data"), s_pKilled->AtMarks());
+        return true;
+    }
+
+    QString CameraTwo(const QString& strName) const { return Path("data") + g_pCameraTwo + strName; }
+    /// As an operator without error marks them in the picture of the run that stands in "data".
+    std::vector<cv::Point2d> TrueMarks() const
+    {
+        const Simulator::Machine machine(Simulator::Machine::Kind::Manual, 1);
+        return Simulator::MarkCrosses(machine, CameraTwo("Output/mapImgR2L.xml").toStdString(), {.sigmaPx = 0.0});
+    }
+    WorkbenchRun RunScript(const QJsonArray& region, const std::vector<cv::Point2d>& marks) const
+    {
+        QJsonArray array;
+        for (const cv::Point2d& mark : marks) {
+            array.append(QJsonArray{mark.x, mark.y});
+        }
+        const QJsonObject script{{"subModel", "M1 - 900 x 600 mm"}, {"region", region}, {"marks", array}};
+        return Run({"--script", WriteScript(script)});
+    }
+
+    static inline std::unique_ptr<KilledRun> s_pKilled;
+};
+
+} // namespace
+
+TEST_F(ManualCommand, ARunThatIsKilledOnEveryPageIsResumedEachTimeAndEndsRight)
+{
+    CopyFolder(s_pKilled->AtMarks(), Path("data"));
+    const WorkbenchRun run = Run();
+    EXPECT_EQ(run.nExitCode, 0) << qPrintable(run.strOutput) << qPrintable(run.strError);
+    for (const char* pStep : {"Photographing", "Engraving the pattern", "Matching", "Choosing the work area"}) {
+        EXPECT_FALSE(run.strOutput.contains(pStep)) << pStep << ": " << qPrintable(run.strOutput);
+    }
+    const QJsonObject report = Report();
+    EXPECT_EQ(report["flow"].toString(), "manual");
+    EXPECT_EQ(report["click_error_px"].toDouble(), 1.0);
+    EXPECT_EQ(report["points"].toInt(), report["points_expected"].toInt());
+    EXPECT_GT(report["points"].toInt(), 800);
+    EXPECT_LE(report["error_area_mm"].toObject()["rms"].toDouble(), 0.35);
+    EXPECT_LE(report["error_area_mm"].toObject()["max"].toDouble(), 1.2);
+    EXPECT_GT(report["error_area_mm"].toObject()["rms"].toDouble(), 0.02) << "the marks were off";
+    EXPECT_GT(report["seam_points"].toInt(), 50);
+    EXPECT_EQ(report["coverage"].toDouble(), 1.0);
+    EXPECT_TRUE(QFile::exists(Path("out/work_area.png")));
+    EXPECT_TRUE(QFile::exists(Path("out/error_map.png")));
+    EXPECT_FALSE(QFile::exists(CameraTwo("Output")));
+    EXPECT_FALSE(QFile::exists(CameraTwo("ResultBeforeRun")));
+
+    const WorkbenchRun point = RunWorkbench({"to-world", "600", "300", "--data", Path("data")}, m_folder.path());
+    EXPECT_EQ(point.strOutput, "100.000 50.000\n");
+}
+
+TEST_F(ManualCommand, AMarkTooFewOrTooManyIsRefusedAndTheCalibrationOfBeforeComesBack)
+{
+    CopyFolder(s_pKilled->AtMarks(), Path("data"));
+    QFile before(CameraTwo("ResultBeforeRun/of_before.txt"));
+    ASSERT_TRUE(before.open(QIODevice::WriteOnly));
+    before.close();
+    std::vector<cv::Point2d> marks = TrueMarks();
+    ASSERT_EQ(marks.size(), 18u);
+    marks.pop_back();
+    const WorkbenchRun few = RunScript(g_region, marks);
+    EXPECT_EQ(few.nExitCode, 1) << qPrintable(few.strOutput);
+    EXPECT_THAT(few.strError.toStdString(), HasSubstr("The page does not take 17 marks as all of them."));
+    EXPECT_TRUE(QFile::exists(CameraTwo("Result/of_before.txt")));
+
+    QDir(Path("data")).removeRecursively();
+    CopyFolder(s_pKilled->AtMarks(), Path("data"));
+    marks = TrueMarks();
+    marks.push_back(marks.front() + cv::Point2d(50.0, 50.0));
+    const WorkbenchRun many = RunScript(g_region, marks);
+    EXPECT_EQ(many.nExitCode, 1) << qPrintable(many.strOutput);
+    EXPECT_THAT(many.strError.toStdString(), EndsWith("Coordinate selection reaches the upper limit.\n"));
+}
+
+TEST_F(ManualCommand, TheMarksOfAScriptAreTakenInTheirOrderAndAWrongOneMissesTheMeasures)
+{
+    CopyFolder(s_pKilled->AtMarks(), Path("data"));
+    std::vector<cv::Point2d> marks = TrueMarks();
+    ASSERT_EQ(marks.size(), 18u);
+    // From the last cross to the first: half a turn fits the marks as well, and no page can tell.
+    std::reverse(marks.begin(), marks.end());
+    const WorkbenchRun run = RunScript(g_region, marks);
+    EXPECT_EQ(run.nExitCode, 3) << qPrintable(run.strOutput) << qPrintable(run.strError);
+    EXPECT_THAT(run.strError.toStdString(), HasSubstr("Measure missed: "));
+}
+
+TEST_F(ManualCommand, ARegionBesideTheSeamIsRefused)
+{
+    CopyFolder(s_pKilled->AtFusion(), Path("data"));
+    const WorkbenchRun run = RunScript({0.1, 0.1, 0.3, 0.8}, {{100.0, 100.0}});
+    EXPECT_EQ(run.nExitCode, 1) << qPrintable(run.strOutput);
+    EXPECT_THAT(run.strError.toStdString(), HasSubstr("The stitching process failed"));
+    EXPECT_FALSE(QFile::exists(CameraTwo("Progress.ini"))) << "the wizard was cancelled";
+}
