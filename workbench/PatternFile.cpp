@@ -23,10 +23,13 @@ constexpr const char* g_pHeader = "KV 1";
 
 using Words = std::vector<std::string_view>;
 
+/// One more than the longest line has.
+constexpr std::size_t g_nMaxWords = 6;
+
 Words WordsOf(std::string_view strLine)
 {
     Words words;
-    for (std::size_t nPlace = 0; nPlace < strLine.size();) {
+    for (std::size_t nPlace = 0; nPlace < strLine.size() && words.size() < g_nMaxWords;) {
         const std::size_t nBegin = strLine.find_first_not_of(" \t\r", nPlace);
         if (nBegin == std::string_view::npos) {
             break;

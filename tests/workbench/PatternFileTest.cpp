@@ -107,6 +107,15 @@ TEST_F(Pattern, WithTooManyLinesIsRefused)
     EXPECT_THAT(Problem(strText), HasSubstr("line 100003: more lines"));
 }
 
+TEST_F(Pattern, OfOneEndlessLineIsRefused)
+{
+    std::string strText = g_begin + "line";
+    for (int i = 0; i < 1'000'000; ++i) {
+        strText += " 1";
+    }
+    EXPECT_THAT(Problem(strText), HasSubstr("line 3: no line from"));
+}
+
 TEST_F(Pattern, ThatIsNoPlainFileIsRefused)
 {
     PatternFile pattern;
