@@ -21,9 +21,6 @@
 namespace
 {
 
-/// So many pictures a camera needs at least and may have at most.
-constexpr int g_nFewestPictures = 9;
-constexpr int g_nMostPictures = 16;
 /// What this page stores as the step reached.
 constexpr int g_nProgressOfPage = 1;
 
@@ -33,13 +30,13 @@ int ReadProgressInt(const char* pKey, int nDefault)
 }
 
 /// The number of a camera's last picture. A damaged file names none that there can be.
-int ReadLastPicIndex(const char* pKey)
+int ReadLastPicIndex(const char* pKey, int nMost)
 {
     const int nIndex = ReadProgressInt(pKey, 1);
-    const int nUsed = std::clamp(nIndex, 1, g_nMostPictures);
+    const int nUsed = std::clamp(nIndex, 1, nMost);
     if (nUsed != nIndex) {
         ILog_WriteLogF(2, "%s, %s of %s is %d, a picture's number is 1 to %d", "CalibrateWdg::LoadProgress", pKey,
-                       ProgressFile().toUtf8().constData(), nIndex, g_nMostPictures);
+                       ProgressFile().toUtf8().constData(), nIndex, nMost);
     }
     return nUsed;
 }
@@ -198,7 +195,7 @@ void CalibrateWdg::RefreshStep()
 void CalibrateWdg::UpdateHints()
 {
     ui->label_picNum->show();
-    const bool bEnough = m_nPicIndex > g_nFewestPictures;
+    const bool bEnough = m_nPicIndex > FEWEST_PICTURES;
     ui->plainTextEdit_rectifyExplain->setPlainText(m_hints[bEnough ? HINT_ENOUGH : HINT_HOLD]);
     ui->plainTextEdit_snapExplain->setPlainText(m_hints[bEnough ? HINT_NOTES_ENOUGH : HINT_NOTES_HOLD]);
 }
@@ -209,9 +206,9 @@ void CalibrateWdg::UpdateStepLabels()
     ui->label_hintBar->setProperty("state", QString(bLeft ? "1" : "2"));
     ui->label_photoRange->setText(bLeft ? Wording("Left camera photo range") : Wording("Right camera photo range"));
     // Free poses, which all look alike, from the tenth picture on.
-    ui->label_hintPic->setProperty("state", QString::number(std::min(m_nPicIndex, g_nFewestPictures + 1)));
+    ui->label_hintPic->setProperty("state", QString::number(std::min(m_nPicIndex, FEWEST_PICTURES + 1)));
     ui->label_photoRange->show();
-    ui->label_supplementary->setVisible(m_nPicIndex >= g_nFewestPictures);
+    ui->label_supplementary->setVisible(m_nPicIndex >= FEWEST_PICTURES);
     ShowSupplementary();
     Repolish({ui->label_hintPic, ui->label_hintBar});
 }
@@ -237,7 +234,7 @@ void CalibrateWdg::UpdateButtons()
     ui->pushButton_nextPic->show();
     ui->pushButton_nextPic->setEnabled(false);
     ui->pushButton_rectify->show();
-    ui->pushButton_rectify->setEnabled(m_nPicIndex - 1 >= g_nFewestPictures);
+    ui->pushButton_rectify->setEnabled(m_nPicIndex - 1 >= FEWEST_PICTURES);
 }
 
 // ---- From picture to picture ----
@@ -245,7 +242,7 @@ void CalibrateWdg::UpdateButtons()
 void CalibrateWdg::on_pushButton_nextPic_clicked()
 {
     LogClicked("pushButton_nextPic");
-    if (m_nPicIndex < g_nMostPictures) {
+    if (m_nPicIndex < MOST_PICTURES) {
         ++m_nPicIndex;
         ui->pushButton_nextPic->setEnabled(false);
         UpdateButtons();
@@ -371,12 +368,12 @@ void CalibrateWdg::LoadProgress()
     }
     // Other pages store steps of their own under the same key.
     m_nStepIndex = ReadProgressInt("STEPINDEX", 1) == 1 ? 1 : 2;
-    m_nLastPicIndexLeft = ReadLastPicIndex("LASTPICINDEXLEFT");
-    m_nLastPicIndexRight = ReadLastPicIndex("LASTPICINDEXRIGHT");
+    m_nLastPicIndexLeft = ReadLastPicIndex("LASTPICINDEXLEFT", MOST_PICTURES);
+    m_nLastPicIndexRight = ReadLastPicIndex("LASTPICINDEXRIGHT", MOST_PICTURES);
     // "PICINDEX" decides nothing; this is meant.
     m_nPicIndex = m_nStepIndex == 1 ? m_nLastPicIndexLeft : m_nLastPicIndexRight;
     ShowPicNum(m_nPicIndex - 1);
-    ui->pushButton_rectify->setEnabled(m_nPicIndex - 1 >= g_nFewestPictures);
+    ui->pushButton_rectify->setEnabled(m_nPicIndex - 1 >= FEWEST_PICTURES);
     ui->pushButton_nextPic->setEnabled(false);
     m_bCalibSuccess = ReadProgressInt("CALIBSUCCESS", 0) != 0;
 }

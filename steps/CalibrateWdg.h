@@ -74,6 +74,10 @@ private slots:
     void SnapFailedSlot();
 
 private:
+    /// So many pictures a camera needs at least and may have at most.
+    static constexpr int FEWEST_PICTURES = 9;
+    static constexpr int MOST_PICTURES = 16;
+
     enum Hint { HINT_PLACE, HINT_HOLD, HINT_ENOUGH, HINT_NOTES_PLACE, HINT_NOTES_HOLD, HINT_NOTES_ENOUGH, HINTS };
 
     // What the page shows.

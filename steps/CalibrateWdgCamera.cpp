@@ -19,7 +19,8 @@
 
 #include <array>
 #include <cstring>
-#include <stdexcept>
+#include <exception>
+#include <utility>
 
 namespace
 {
@@ -27,9 +28,6 @@ namespace
 constexpr const char* g_pSnapClicked = "CalibrateWdg::on_pushButton_snap_clicked";
 constexpr int g_nCameraParameters = 500;
 constexpr unsigned long g_nPatienceMs = 2000;
-
-constexpr int g_nFewestPictures = 9;
-constexpr int g_nMostPictures = 16;
 
 /// A wanted name without its letter "C" matches nothing.
 bool IsFound(CameraWorker& worker, char* pName)
@@ -197,10 +195,10 @@ void CalibrateWdg::SavePicSuccessSlot(QString picPath)
         return;
     }
     ui->pushButton_next->setEnabled(true);
-    if (m_nPicIndex >= g_nFewestPictures) {
+    if (m_nPicIndex >= FEWEST_PICTURES) {
         ui->pushButton_rectify->setEnabled(true);
     }
-    if (m_nPicIndex < g_nMostPictures) {
+    if (m_nPicIndex < MOST_PICTURES) {
         ui->pushButton_nextPic->setEnabled(true);
     }
 }

@@ -2,8 +2,6 @@
 
 #include "CalibrateWdg.h"
 
-#include "ui_CalibrateWdg.h"
-
 #include "CalibGlobalParam.h"
 #include "CCameraCalibration.h"
 #include "FileStore.h"

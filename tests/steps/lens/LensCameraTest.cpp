@@ -253,7 +253,7 @@ TEST_F(LensCamera, WithoutTheModuleThePressFindsNoCamera)
 TEST_F(LensCamera, APageThatGoesWaitsForACameraThatHangs)
 {
     MakeStreaming();
-    m_bHang = true;
+    Hang();
     // The patience of hiding runs out.
     m_pPage->hide();
     const int nGivenBack = m_module.GivenBack();
@@ -270,7 +270,7 @@ TEST_F(LensCamera, ACameraThatHangsWhileItIsChangedStartsNoOtherForAHiddenPage)
 {
     MakeStreaming();
     ShootUpTo(9);
-    m_bHang = true;
+    Hang();
     Press(*m_pPage, "rectify");
     m_pPage->hide();
     m_bHang = false;
@@ -285,7 +285,7 @@ TEST_F(LensCamera, ACameraThatHangsWhileItIsChangedStartsNoOtherForAHiddenPage)
 TEST_F(LensCamera, APressWhileTheCameraHangsComesToAnEnd)
 {
     MakeStreaming();
-    m_bHang = true;
+    Hang();
     m_pPage->hide();
     m_pPage->show();
     Press(*m_pPage, "snap");

@@ -4,6 +4,7 @@
 // What is awaited here comes from the capture thread; whoever waits in vain is ended by the test's time limit.
 
 #include "CalibrateWdg.h"
+#include "Log.h"
 #include "PageFixture.h"
 #include "RecordingHost.h"
 
@@ -32,7 +33,8 @@ protected:
             camera.OnCall("SnapPicture", [this] {
                 do {
                     QThread::msleep(1);
-                } while (m_bHang);
+                    m_bHangs = m_bHang.load();
+                } while (m_bHangs);
             });
             if (m_script) {
                 m_script(camera);
@@ -72,6 +74,13 @@ protected:
     {
         Label("snapPic").clear();
         WaitUntil([this] { return HasPicture("snapPic"); });
+    }
+
+    /// From here on the device hangs in a snap, until `m_bHang` is cleared.
+    void Hang()
+    {
+        m_bHang = true;
+        WaitUntil([this] { return m_bHangs.load(); });
     }
 
     QLabel& Label(const char* pName) { return Child<QLabel>(*m_pPage, QString("label_") + pName); }
@@ -128,10 +137,17 @@ protected:
         std::erase(commands, "SnapPicture(null)");
         return commands;
     }
-    /// Ends the stream, so that the log can be read.
-    bool Logged(int nLevel, const std::string& strText)
+    /// Ends the stream, so that the log can be read. The line that is written takes the log's lock after the capture
+    /// thread did, which is what the thread sanitizer sees.
+    const LogLines& Log()
     {
         m_pPage->hide();
+        ILog_WriteLog(0, "The test reads the log.");
+        return Doubles::The().logLines;
+    }
+    bool Logged(int nLevel, const std::string& strText)
+    {
+        Log();
         return Doubles::The().Logged(nLevel, strText);
     }
 
@@ -153,6 +169,7 @@ protected:
     Doubles::RecordingHost m_host;
     std::function<void(Doubles::RecordingCamera&)> m_script;
     std::atomic<bool> m_bHang = false;
+    std::atomic<bool> m_bHangs = false;
     std::unique_ptr<CalibrateWdg> m_pPage;
 };
 

@@ -248,9 +248,8 @@ TEST_F(LensPictures, ThePhotoButtonLogsItsWay)
 {
     MakeStreaming();
     Shoot();
-    m_pPage->hide();
     std::vector<std::string> lines;
-    for (const auto& [nLevel, strText] : Doubles::The().logLines) {
+    for (const auto& [nLevel, strText] : Log()) {
         if (nLevel == 1 && strText.rfind("[CalibrateWdg::", 0) == 0) {
             lines.push_back(strText);
         }
