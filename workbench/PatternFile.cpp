@@ -154,7 +154,9 @@ std::string ToText(double dMm)
 {
     char szNumber[64];
     const auto [pEnd, error] = std::to_chars(szNumber, szNumber + sizeof szNumber, dMm, std::chars_format::fixed, 3);
-    return error == std::errc() ? " " + std::string(szNumber, pEnd) : " ?";
+    std::string strText(1, ' ');
+    strText.append(szNumber, error == std::errc() ? pEnd : szNumber);
+    return strText;
 }
 
 std::string TextOf(const PatternFile& pattern)
