@@ -110,7 +110,9 @@ cv::Rect Region(const Machine& machine, Side side, const std::vector<cv::Point2d
         std::accumulate(points.begin(), points.end(), points.front(), [](const auto& a, const auto& b) {
             return cv::Point2f(std::max(a.x, b.x), std::max(a.y, b.y));
         });
-    return cv::Rect(cv::Point(cvFloor(corner.x), cvFloor(corner.y)), cv::Point(cvCeil(end.x), cvCeil(end.y)));
+    // A pixel reaches half a pixel beyond its centre.
+    return cv::Rect(cv::Point(cvFloor(corner.x), cvFloor(corner.y)), cv::Point(cvCeil(end.x), cvCeil(end.y))) &
+           cv::Rect(0, 0, raw.height, raw.width);
 }
 
 /// How much nearer a point of the bed lies to the middle of the left picture's width than to that of the right one.

@@ -1,8 +1,9 @@
 // How well the chart of discs is found and a lens calibrated from it, on rendered pictures with known truth:
-//   bench_charts [--count N] [--seed N] [--save DIR] [--photos DIR]
+//   bench_charts [--count N] [--seed N] [--part whole|others|lens] [--save DIR] [--photos DIR]
 // prints the share of whole charts that are found, finds in pictures without a chart or with a part of one, the time of
 // a search, how exact the centres are, and what nine pictures tell of a camera. --save keeps the pictures that went
-// wrong. --photos names a folder with real photographs (image_NN.png, derived-9x7/image_NN.jpg and .centres.txt).
+// wrong, --part makes one of the three measurements only. --photos names a folder with real photographs (image_NN.png,
+// derived-9x7/image_NN.jpg and .centres.txt).
 
 #include "HeldChart.h"
 #include "KorvaneVision.h"
@@ -38,6 +39,7 @@ namespace
 struct Options {
     int nCount = 300;
     std::uint64_t nSeed = 1;
+    std::string strPart; ///< empty for all
     std::string strSave;
     std::string strPhotos;
 };
@@ -310,6 +312,8 @@ int main(int argc, char** argv)
                 options.nCount = std::stoi(words[i + 1]);
             } else if (words[i] == "--seed") {
                 options.nSeed = std::stoull(words[i + 1]);
+            } else if (words[i] == "--part") {
+                options.strPart = words[i + 1];
             } else if (words[i] == "--save") {
                 options.strSave = words[i + 1];
             } else if (words[i] == "--photos") {
@@ -320,9 +324,16 @@ int main(int argc, char** argv)
             MeasurePhotos(options);
             return 0;
         }
-        MeasureWholeCharts(options);
-        MeasureOthers(options);
-        MeasureCalibration(options);
+        const auto wants = [&](const char* pPart) { return options.strPart.empty() || options.strPart == pPart; };
+        if (wants("whole")) {
+            MeasureWholeCharts(options);
+        }
+        if (wants("others")) {
+            MeasureOthers(options);
+        }
+        if (wants("lens")) {
+            MeasureCalibration(options);
+        }
         return 0;
     } catch (const std::exception& exception) {
         std::fprintf(stderr, "%s\n", exception.what());

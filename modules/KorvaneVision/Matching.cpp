@@ -23,6 +23,8 @@ namespace
 using Korvane::CameraCalibration::ImageDirFlags;
 
 constexpr int g_nSmallestSidePx = 32;
+/// A feature needs its surroundings.
+constexpr int g_nSmallestReducedPx = 8;
 /// The strongest features of a region: more cost time and tell nothing new.
 constexpr int g_nMostFeatures = 2500;
 /// Searched are at most so many pixels of a region; a larger one is made smaller still.
@@ -72,6 +74,9 @@ void FindFeatures(Region& region, double dScaleX, double dScaleY)
     const double dMore = dPixels > g_dMostPixels ? std::sqrt(g_dMostPixels / dPixels) : 1.0;
     const cv::Size size(std::max(cvRound(region.place.width * dScaleX * dMore), 1),
                         std::max(cvRound(region.place.height * dScaleY * dMore), 1));
+    if (std::min(size.width, size.height) < g_nSmallestReducedPx) {
+        return;
+    }
     cv::Mat reduced;
     cv::resize(region.grey, reduced, size, 0.0, 0.0, cv::INTER_AREA);
     std::vector<cv::KeyPoint> keys;

@@ -28,7 +28,7 @@ constexpr double g_dLeastWidth = 0.01;
 constexpr double g_dLeastRank = 2.0e-3;
 constexpr double g_dLeastScatterPx = 0.1;
 constexpr double g_dLargestCoordinate = 1.0e6;
-constexpr int g_nMostIterations = 100000;
+constexpr int g_nMostIterations = 20000;
 
 /// The points in the frame of their own principal axes, each of unit extent. Empty for points on a line.
 std::vector<cv::Point2d> Whitened(const std::vector<cv::Point2f>& points)

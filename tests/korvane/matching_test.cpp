@@ -247,6 +247,16 @@ TEST(Matching, RegionsOutsideOfThePictureAreRefused)
     }
 }
 
+TEST(Matching, ARegionThatIsNothingAtTheScaleOfTheSearchFailsWithAReason)
+{
+    const SeamScene& scene = TheBench().scene;
+    Matches matches;
+    const bool bFound = CalibrationMatchPointsForDualCam(
+        scene.left, g_clockwise, cv::Rect(scene.leftRoi.x, 500, 32, 32), scene.right, g_clockwise,
+        cv::Rect(scene.rightRoi.x, 500, 32, 32), 0.05, 0.05, 0.7, matches.first, matches.second);
+    ExpectNone(bFound, matches, "only 0 features");
+}
+
 TEST(Matching, BadPicturesAndNumbersAreRefused)
 {
     const SeamScene& scene = TheBench().scene;
