@@ -20,7 +20,7 @@ namespace
 constexpr std::size_t g_nFewestViews = 3;
 /// A view that is worse than the middle one by this factor, and by more than this many pixels, spoils the fit.
 constexpr double g_dSpoiltFactor = 2.5;
-constexpr double g_dSpoiltPx = 0.15;
+constexpr double g_dSpoiltPx = 0.05;
 /// A fit with more than this is refused, in pixels for a picture of 1000 x 1000 and in proportion for others.
 constexpr double g_dLargestRmsPx = 0.8;
 /// The views must tell the focal length this well (standard deviation, share): flat views alone do not.
