@@ -232,8 +232,11 @@ TEST_F(ManualWindow, AResumedRunDoesNotEndWithTheFusion)
     m_pWindow->nextWdgSlot();
     m_pWindow->nextWdgSlot();
     Fuse();
+    QSignalSpy ended(m_pWindow.get(), &CalibrateTwoCameraWnd::ExitCalibDlgSignal);
     Press(*m_pWindow, "confirm");
     EXPECT_EQ(OnShow(), PATTERN);
+    EXPECT_EQ(ended.size(), 0);
+    EXPECT_TRUE(m_pWindow->isVisible());
 }
 
 // ---- the flow's type
@@ -245,6 +248,15 @@ TEST_F(ManualWindow, PatternAndWaitPagesKeepTheirDefaults)
     QCoreApplication::processEvents();
     EXPECT_EQ(StepEnables(*m_pWindow), QStringList(QList<QString>(9, "-")));
     EXPECT_TRUE(Button(*m_pWindow, "back").isVisible());
+}
+
+TEST_F(ManualWindow, TheTypeReachesTheFirstPage)
+{
+    MakeStarted();
+    auto* const pPage = qobject_cast<CalibrateWdg*>(m_pWindow->centralWidget());
+    ASSERT_TRUE(pPage);
+    EXPECT_EQ(pPage->ThreadDialog_ThreadRun(0, nullptr), 0) << "it calibrates nothing in its own flow";
+    EXPECT_THAT(Doubles::The().journal, IsEmpty());
 }
 
 TEST_F(ManualWindow, TheTypeReachesTheFusionPage)
