@@ -29,6 +29,8 @@ void ChartPanel::Build()
 {
     m_pState->setObjectName("label_chartState");
     m_pState->setWordWrap(true);
+    // A window of its own is no higher than it began; a longer text must not take the buttons' room.
+    m_pState->setMinimumHeight(2 * fontMetrics().lineSpacing());
     m_pLeft->setObjectName("pushButton_chartLeft");
     m_pRight->setObjectName("pushButton_chartRight");
     m_pTilt->setObjectName("pushButton_chartTilt");
