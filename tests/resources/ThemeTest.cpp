@@ -20,6 +20,12 @@ class CalibrateTwoCameraWnd : public QMainWindow
     Q_OBJECT
 };
 
+/// As does the bar of this page.
+class CalibrateWdg : public QWidget
+{
+    Q_OBJECT
+};
+
 namespace
 {
 
@@ -84,14 +90,23 @@ TEST_F(Theme, EveryPictureOfTheChartHasItsPose)
     }
 }
 
-TEST_F(Theme, TheBarShowsWhichCameraIsInHand)
+TEST_F(Theme, TheBarOfTheChartPageShowsWhichCameraIsInHand)
 {
-    const QImage empty = Look<QLabel>("label_hintBar", "state", "");
-    const QImage left = Look<QLabel>("label_hintBar", "state", "1");
-    const QImage right = Look<QLabel>("label_hintBar", "state", "2");
-    EXPECT_NE(left, empty);
-    EXPECT_NE(right, empty);
-    EXPECT_NE(left, right);
+    CalibrateWdg page;
+    QLabel bar(&page);
+    bar.setObjectName("label_hintBar");
+    bar.resize(200, 40);
+    page.show();
+    std::vector<QImage> looks;
+    for (const char* pState : {"", "1", "2"}) {
+        bar.setProperty("state", QString(pState));
+        bar.style()->unpolish(&bar);
+        bar.style()->polish(&bar);
+        looks.push_back(bar.grab().toImage());
+    }
+    EXPECT_NE(looks[1], looks[0]);
+    EXPECT_NE(looks[2], looks[0]);
+    EXPECT_NE(looks[1], looks[2]);
 }
 
 TEST_F(Theme, EveryPictureThatTheStyleSheetNamesCanBeDrawn)
