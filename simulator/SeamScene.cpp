@@ -99,6 +99,7 @@ cv::Rect Region(const Machine& machine, Side side, const std::vector<cv::Point2d
     const Truth truth(machine);
     const cv::Size raw = truth.PictureSize(side);
     std::vector<cv::Point2f> points;
+    points.reserve(seen.size());
     for (const cv::Point2d& mm : seen) {
         points.emplace_back(TurnedClockwise(*truth.PixelFromMachine(side, mm), raw));
     }

@@ -180,7 +180,7 @@ std::string Parse(std::istream& text, PatternFile& pattern)
             return "line " + std::to_string(nLine) + ": " + strProblem;
         }
     }
-    const std::string strProblem = parser.Finish();
+    std::string strProblem = parser.Finish();
     if (strProblem.empty()) {
         pattern = std::move(parser.m_pattern);
     }
@@ -208,7 +208,7 @@ std::string WritePatternFile(const PatternFile& pattern, const std::string& strF
     const std::string strText = TextOf(pattern);
     PatternFile again;
     std::istringstream text(strText);
-    const std::string strProblem = Parse(text, again);
+    std::string strProblem = Parse(text, again);
     if (!strProblem.empty()) {
         return strProblem;
     }
