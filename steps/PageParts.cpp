@@ -32,6 +32,12 @@ void SetTexts(std::initializer_list<QToolButton*> buttons, std::initializer_list
     }
 }
 
+bool IsWithin(const QString& strFolder, const QString& strInner)
+{
+    const QString strOuterPath = QFileInfo(strFolder).canonicalFilePath();
+    return !strOuterPath.isEmpty() && (QFileInfo(strInner).canonicalFilePath() + "/").startsWith(strOuterPath + "/");
+}
+
 } // namespace
 
 QString Wording(const QString& strKey)
@@ -187,5 +193,22 @@ bool CoverOldFile(const QString& strFrom, const QString& strTo)
 {
     ILog_WriteLogF(1, "CoverOldFile, srcPath: %s,  dstPath: %s", ToLocalBytes(strFrom).constData(),
                    ToLocalBytes(strTo).constData());
-    return CopyFolder(strFrom, strTo);
+    QDir().mkpath(strTo);
+    if (IsWithin(strFrom, strTo)) {
+        ILog_WriteLog(2, "CoverOldFile, a folder is not copied into itself");
+        return true;
+    }
+    const QFileInfoList entries =
+        QDir(strFrom).entryInfoList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot, QDir::Unsorted);
+    for (const QFileInfo& entry : entries) {
+        const QString strTarget = strTo + "/" + entry.fileName();
+        QFile::remove(strTarget);
+        if (!entry.isDir()) {
+            QFile::copy(entry.filePath(), strTarget);
+        } else if (!entry.isSymLink()) {
+            // A link may lead back up.
+            CoverOldFile(entry.filePath(), strTarget);
+        }
+    }
+    return true;
 }

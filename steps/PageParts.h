@@ -87,5 +87,6 @@ QSize CanvasMm();
 /// Copies all files and folders below `strFrom` into `strTo`, which is made; files of the same name are replaced.
 /// False where anything could not be copied; the rest is copied all the same.
 bool CopyFolder(const QString& strFrom, const QString& strTo);
-/// The same with a log line first.
+/// Merges one folder into another, with a log line for each folder below: whatever file has the name of an entry goes
+/// first, be the entry a file or a folder. Always true; what cannot be copied is passed over.
 bool CoverOldFile(const QString& strFrom, const QString& strTo);

@@ -57,15 +57,65 @@ TEST(CopyFolder, ALinkToAFolderIsNotFollowed)
     EXPECT_EQ(Content(root.CameraTwo("to") + "/a.txt"), "a");
 }
 
-TEST(CoverOldFile, SaysFirstWhatItCopies)
+namespace
+{
+
+/// The line that the copy of one folder begins with.
+std::pair<int, std::string> Covering(const QString& strFrom, const QString& strTo)
+{
+    return {1, "CoverOldFile, srcPath: " + strFrom.toStdString() + ",  dstPath: " + strTo.toStdString()};
+}
+
+} // namespace
+
+TEST(CoverOldFile, LogsEachFolderAndReplacesWhatIsInTheWay)
 {
     Doubles::Reset();
     const DataRoot root;
     const QString strFrom = root.CameraTwo("from");
     const QString strTo = root.CameraTwo("to");
-    root.WriteFile(strFrom + "/a.txt", "a");
+    root.WriteFile(strFrom + "/a.txt", "new a");
+    root.WriteFile(strFrom + "/deep/er/b.txt", "new b");
+    root.WriteFile(strTo + "/a.txt", "old a");
+    root.WriteFile(strTo + "/deep", "a file where a folder is to be");
+    root.WriteFile(strTo + "/kept.txt", "kept");
     EXPECT_TRUE(CoverOldFile(strFrom, strTo));
-    EXPECT_EQ(Content(strTo + "/a.txt"), "a");
-    EXPECT_TRUE(Doubles::The().Logged(1, "CoverOldFile, srcPath: " + strFrom.toStdString() +
-                                             ",  dstPath: " + strTo.toStdString()));
+    EXPECT_EQ(Content(strTo + "/a.txt"), "new a");
+    EXPECT_EQ(Content(strTo + "/deep/er/b.txt"), "new b");
+    EXPECT_EQ(Content(strTo + "/kept.txt"), "kept");
+    EXPECT_EQ(Content(strFrom + "/a.txt"), "new a");
+    EXPECT_THAT(Doubles::The().logLines,
+                testing::ElementsAre(Covering(strFrom, strTo), Covering(strFrom + "/deep", strTo + "/deep"),
+                                     Covering(strFrom + "/deep/er", strTo + "/deep/er")));
+}
+
+TEST(CoverOldFile, IsAlwaysDone)
+{
+    Doubles::Reset();
+    const DataRoot root;
+    const QString strTo = root.CameraTwo("to");
+    EXPECT_TRUE(CoverOldFile(root.CameraTwo("nowhere"), strTo));
+    EXPECT_TRUE(QFile::exists(strTo));
+    const QString strFrom = root.CameraTwo("from");
+    root.WriteFile(strFrom + "/a.txt", "a");
+    root.WriteFile(strFrom + "/b.txt", "b");
+    ASSERT_TRUE(QFile::link(strFrom, strFrom + "/round"));
+    QDir().mkpath(strTo + "/a.txt");
+    EXPECT_TRUE(CoverOldFile(strFrom, strTo));
+    EXPECT_EQ(Content(strTo + "/b.txt"), "b");
+    EXPECT_FALSE(QFile::exists(strTo + "/round"));
+}
+
+TEST(CoverOldFile, AFolderIsNotCopiedIntoItself)
+{
+    Doubles::Reset();
+    const DataRoot root;
+    const QString strFrom = root.CameraTwo("from");
+    root.WriteFile(strFrom + "/a.txt", "a");
+    for (const QString& strTo : {strFrom, strFrom + "/deep"}) {
+        EXPECT_TRUE(CoverOldFile(strFrom, strTo));
+        EXPECT_EQ(Content(strFrom + "/a.txt"), "a");
+        EXPECT_TRUE(Doubles::The().Logged(2, "CoverOldFile, a folder is not copied into itself"));
+    }
+    EXPECT_FALSE(QFile::exists(strFrom + "/deep/a.txt"));
 }
