@@ -66,6 +66,18 @@ protected:
             EXPECT_TRUE(page.findChild<QLayout*>(strLayout)) << strLayout.toStdString();
         }
     }
+    /// The widgets that stand in a layout itself, in their order.
+    static QStringList InLayout(const QWidget& page, const char* pLayout)
+    {
+        QStringList names;
+        const auto* const pFound = page.findChild<QLayout*>(pLayout);
+        for (int i = 0; pFound && i < pFound->count(); ++i) {
+            if (const QWidget* const pWidget = pFound->itemAt(i)->widget()) {
+                names << pWidget->objectName();
+            }
+        }
+        return names;
+    }
     inline static const QStringList BOTTOM_ROW{"toolButton_Step1", "label_Step1",        "toolButton_Step2",
                                                "label_Step2",      "toolButton_Step3",   "label_Step3",
                                                "toolButton_Step4", "label_Step4",        "toolButton_Step5",

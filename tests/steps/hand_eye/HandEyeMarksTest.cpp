@@ -247,6 +247,18 @@ TEST_F(HandEyeRows, ADoubleClickShowsTheMarkAndWhichCrossItIs)
     EXPECT_EQ(Hint()->pos(), QPointF(Place(0)) + QPointF(5, -35));
 }
 
+TEST_F(HandEyeRows, ThePictureIsThatOfTheCurrentRow)
+{
+    OpenWithPicture();
+    MarkAll(3);
+    List().setCurrentRow(2);
+    QMetaObject::invokeMethod(m_pPage.get(), "on_listWidget_Coord_itemDoubleClicked", Qt::DirectConnection,
+                              Q_ARG(QListWidgetItem*, List().item(0)));
+    ASSERT_TRUE(Hint());
+    EXPECT_EQ(Hint()->pixmap().width(), 53);
+    EXPECT_EQ(Hint()->pos(), QPointF(Place(0)) + QPointF(5, -35)) << "beside the row that was clicked";
+}
+
 TEST_F(HandEyeRows, PlusAndMinusTakeTheHintAway)
 {
     OpenWithPicture();

@@ -30,6 +30,15 @@ TEST_F(HandEye, HasItsFormsTree)
           {"label_hintBar", "pushButton_takePic", "pushButton_back", "pushButton_confirm", "pushButton_cancel"}}},
         {"verticalLayout_2", "horizontalLayout_3", "gridLayout", "verticalLayout", "horizontalLayout_2",
          "horizontalLayout"});
+    for (const auto& [pWidget, pLayout] : {std::pair{"widget", "horizontalLayout_3"},
+                                           {"widget_view", "gridLayout"},
+                                           {"widget_right", "verticalLayout"},
+                                           {"widget_buttom", "horizontalLayout"}}) {
+        EXPECT_EQ(Get<QWidget>(pWidget).layout()->objectName(), pLayout) << pWidget;
+    }
+    EXPECT_EQ(m_pPage->layout()->objectName(), "verticalLayout_2");
+    EXPECT_EQ(InLayout(*m_pPage, "horizontalLayout_2"),
+              (QStringList{"pushButton_AddCoord", "pushButton_RemoveCoord", "label_Coord"}));
 }
 
 TEST_F(HandEye, StartsWithNothingToConfirm)

@@ -91,6 +91,7 @@ TEST_F(HandEyeResult, SuccessPublishesTheRunTellsItAndLeaves)
     m_answers.OnBox([&](QMessageBox&) {
         nExitAtNotice = exit.size();
         resultAtNotice = Files("Result");
+        EXPECT_TRUE(QFile::exists(m_root.Root() + "/Vision/calib/cameraDevices.ini"));
     });
     Click("pushButton_confirm");
 

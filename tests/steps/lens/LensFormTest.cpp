@@ -22,6 +22,30 @@ protected:
 
 constexpr const char* g_pSupplementary =
     "Supplementary photo: You can freely adjust the distance, position and Angle of the calibration plate";
+constexpr const char* g_pPlace =
+    "Place the calibration chart in the position shown in the schematic diagram on the machine working surface, close "
+    "the door cover and click the <Take a picture> button.It can be adjusted during taking a picture. Click the <Take "
+    "a picture> button again, and the latest picture taking result will be displayed in the picture area.After taking "
+    "a picture, click the <Next> button to switch.";
+constexpr const char* g_pHold =
+    "Open the door cover, hold the calibration plate and click the <Take a picture> button.It can be adjusted during "
+    "taking a picture. Click the <Take a picture> button again, and the latest picture taking result will be displayed "
+    "in the lower left area.After taking a picture, click the <Next> button to switch.After the number of pictures "
+    "reaches the required number for calibration, click the <Calibrate> button.";
+constexpr const char* g_pEnough =
+    "The minimum number of photos required for distortion calibration has been reached.Click the <Calibrate> button to "
+    "the next step.You can freely choose whether to take supplementary pictures - more complete coverage and rich "
+    "postures help improve calibration accuracy.";
+constexpr const char* g_pNotesHold =
+    "When holding the calibration plate, keep the pattern facing the camera and the paper surface should be flat with "
+    "no obvious bend.If necessary, it can be attached to a thin wooden board.When placing the calibration plate can be "
+    "rotated. Try to cover the entire range of the camera, and limit the number of pictures at 9 to 16.The calibration "
+    "pattern in the picture should be clear, complete and unobstructed.";
+constexpr const char* g_pNotesEnough =
+    "When taking pictures, you can freely adjust the distance, position and angle of the calibration plate to "
+    "supplement previously uncovered areas.Keep the paper flat without obvious bends, and the number of valid pictures "
+    "should be controlled at 9 to 16.The calibration pattern in the picture should be clear, complete and "
+    "unobstructed.";
 
 } // namespace
 
@@ -57,6 +81,17 @@ TEST_F(LensForm, HasItsTree)
         const QWidget& widget =
             page.objectName() == pWidget ? static_cast<const QWidget&>(page) : Child<QWidget>(page, pWidget);
         EXPECT_EQ(widget.layout()->objectName(), pLayout) << pWidget;
+    }
+    for (const auto& [pLayout, listed] : std::vector<std::pair<const char*, QStringList>>{
+             {"horizontalLayout_7", {"label_cameraCalibration"}},
+             {"horizontalLayout_8", {"label_5"}},
+             {"horizontalLayout_4", {"label_2"}},
+             {"horizontalLayout_10", {"label_photoRange"}},
+             {"horizontalLayout_11", {"label_supplementary"}},
+             {"horizontalLayout_5", {"label_picError"}},
+             {"horizontalLayout_2", {"label"}},
+             {"horizontalLayout_3", {"label_picNum", "pushButton_snap"}}}) {
+        EXPECT_EQ(InLayout(page, pLayout), listed) << pLayout;
     }
 }
 
@@ -100,17 +135,28 @@ TEST_F(LensForm, EveryTextIsWorded)
     for (const auto& [pName, pText] : buttons) {
         EXPECT_EQ(Button(*m_pPage, pName).text(), pText);
     }
-    EXPECT_TRUE(Explained("rectifyExplain")
-                    .startsWith("Place the calibration chart in the position shown in the schematic diagram on the "
-                                "machine working surface, close the door cover"));
+    EXPECT_EQ(Explained("rectifyExplain"), g_pPlace);
     EXPECT_EQ(Explained("snapExplain"), "");
     EXPECT_EQ(PicNum(), Valid(0));
 
-    Doubles::The().wordings["Calibrate"] = "Kalibrieren";
-    Doubles::The().wordings["Number of valid pictures: %1"] = "%1 Bilder";
+    auto& wordings = Doubles::The().wordings;
+    for (const auto& [pName, pText] : rows) {
+        wordings[pText] = QString("~") + pText;
+    }
+    for (const auto& [pName, pText] : buttons) {
+        wordings[pText] = QString("~") + pText;
+    }
+    wordings[g_pPlace] = "~place";
+    wordings["Number of valid pictures: %1"] = "%1 Bilder";
     QEvent event(QEvent::LanguageChange);
     QCoreApplication::sendEvent(m_pPage.get(), &event);
-    EXPECT_EQ(Button(*m_pPage, "rectify").text(), "Kalibrieren");
+    for (const auto& [pName, pText] : rows) {
+        EXPECT_EQ(Child<QLabel>(*m_pPage, pName).text(), QString("~") + pText);
+    }
+    for (const auto& [pName, pText] : buttons) {
+        EXPECT_EQ(Button(*m_pPage, pName).text(), QString("~") + pText);
+    }
+    EXPECT_EQ(Explained("rectifyExplain"), "~place");
     EXPECT_EQ(PicNum(), "0 Bilder");
 }
 
@@ -129,6 +175,24 @@ TEST_F(LensForm, AnotherLanguageReachesTheHintsThatAreShown)
     EXPECT_EQ(Label("supplementary").text(), "Mehr.");
     EXPECT_EQ(Label("photoRange").text(), "Rechts");
     EXPECT_EQ(PicNum(), Valid(9));
+}
+
+TEST_F(LensForm, WhatComesAndGoesIsWordedToo)
+{
+    auto& wordings = Doubles::The().wordings;
+    wordings = {{"picture", "Bild"},      {"pictures(error: %1)", "Fehler %1"}, {g_pHold, "~hold"},
+                {g_pNotesHold, "~notes"}, {g_pSupplementary, "~more"},          {"Left camera photo range", "Links"}};
+    WriteProgress("PROGRESS=1\nLASTPICINDEXLEFT=9\n");
+    MakeStreaming();
+    EXPECT_EQ(Label("picError").text(), "Bild");
+    EXPECT_EQ(Label("photoRange").text(), "Links");
+    EXPECT_EQ(Explained("rectifyExplain"), "~hold");
+    EXPECT_EQ(Explained("snapExplain"), "~notes");
+    EXPECT_EQ(Label("supplementary").text(), "~more");
+    EXPECT_EQ(Label("supplementary").toolTip(), "~more");
+    Doubles::The().dBoardError = 0.25;
+    Shoot();
+    EXPECT_EQ(Label("picError").text(), "Fehler 0.25");
 }
 
 TEST_F(LensForm, ButtonsAreAsWideAsTheirTextsAndKeepALargerWidth)
@@ -153,8 +217,8 @@ TEST_F(LensForm, ShowingMakesTheFoldersAndShowsTheFirstPicture)
     EXPECT_EQ(Label("hintBar").property("state"), "1");
     EXPECT_EQ(Label("photoRange").text(), "Left camera photo range");
     EXPECT_FALSE(Label("supplementary").isVisible());
-    EXPECT_TRUE(Explained("rectifyExplain").startsWith("Open the door cover, hold the calibration plate"));
-    EXPECT_TRUE(Explained("snapExplain").startsWith("When holding the calibration plate, keep the pattern facing"));
+    EXPECT_EQ(Explained("rectifyExplain"), g_pHold);
+    EXPECT_EQ(Explained("snapExplain"), g_pNotesHold);
     EXPECT_FALSE(Button(*m_pPage, "back").isVisible());
     EXPECT_FALSE(Button(*m_pPage, "next").isVisible());
     EXPECT_TRUE(Button(*m_pPage, "backPic").isVisible());
@@ -187,8 +251,8 @@ TEST_F(LensForm, HintsAndSchematicPictureFollowThePictures)
     for (int i = 1; i <= 12; ++i) {
         SCOPED_TRACE(i);
         EXPECT_EQ(State(), std::to_string(std::min(i, 10)));
-        EXPECT_EQ(Explained("rectifyExplain").startsWith("The minimum number of photos required"), i > 9);
-        EXPECT_EQ(Explained("snapExplain").startsWith("When taking pictures, you can freely adjust"), i > 9);
+        EXPECT_EQ(Explained("rectifyExplain"), i > 9 ? g_pEnough : g_pHold);
+        EXPECT_EQ(Explained("snapExplain"), i > 9 ? g_pNotesEnough : g_pNotesHold);
         EXPECT_EQ(Label("supplementary").isVisible(), i >= 9);
         const std::size_t nBefore = style->NamedSteps("label_hint").size();
         Shoot();

@@ -51,7 +51,12 @@ TEST_F(LensPictures, APoorPictureIsToldAndStopsTheWayOn)
 {
     MakeStreaming();
     Doubles::The().dBoardError = std::nullopt;
+    QStringList atNotice;
+    m_answers.OnBox([&](QMessageBox&) {
+        atNotice << (IsOpen("snap") ? "open" : "shut") << Label("picNum").text() << Label("picError").text();
+    });
     Shoot(false);
+    EXPECT_EQ(atNotice, QStringList({"open", "Number of valid pictures: 0", "pictures(error: -1)"}));
     ASSERT_EQ(m_answers.Notices().size(), 1u);
     const ModalAnswers::Notice& notice = m_answers.Notices().front();
     EXPECT_EQ(notice.strText, g_strPoorPicture);
@@ -83,6 +88,12 @@ TEST_F(LensPictures, ThePictureStandsTurnedAndMirroredAndFitsItsLabel)
         EXPECT_EQ(At(label, 1.0, 0.5), QColor(Qt::red)) << pLabel;
         EXPECT_EQ(At(label, 0.0, 0.5), QColor(0, 200, 0)) << pLabel;
         EXPECT_EQ(At(label, 0.5, 0.0), QColor(0, 200, 0)) << pLabel;
+        // Enlarged pixel by pixel: nothing is mixed.
+        const QImage shown = label.pixmap(Qt::ReturnByValue).toImage();
+        for (int x = 0; x < shown.width(); ++x) {
+            const QColor colour = shown.pixelColor(x, shown.height() / 2);
+            EXPECT_TRUE(colour == QColor(Qt::red) || colour == QColor(0, 200, 0)) << pLabel << " " << x;
+        }
     }
 }
 
@@ -250,13 +261,14 @@ TEST_F(LensPictures, ThePhotoButtonLogsItsWay)
     Shoot();
     std::vector<std::string> lines;
     for (const auto& [nLevel, strText] : Log()) {
-        if (nLevel == 1 && strText.rfind("[CalibrateWdg::", 0) == 0) {
-            lines.push_back(strText);
+        if (strText.rfind("[CalibrateWdg::", 0) == 0 || strText.rfind("pushButton", 0) == 0) {
+            lines.push_back(std::to_string(nLevel) + " " + strText);
         }
     }
-    EXPECT_THAT(lines, testing::ElementsAre("[CalibrateWdg::on_pushButton_snap_clicked]Start",
-                                            "[CalibrateWdg::on_pushButton_snap_clicked]SaveOnePic Start",
-                                            "[CalibrateWdg::on_pushButton_snap_clicked]SaveOnePic End"));
+    EXPECT_THAT(lines, testing::ElementsAre("0 pushButton_snap was clicked.",
+                                            "1 [CalibrateWdg::on_pushButton_snap_clicked]Start",
+                                            "1 [CalibrateWdg::on_pushButton_snap_clicked]SaveOnePic Start",
+                                            "1 [CalibrateWdg::on_pushButton_snap_clicked]SaveOnePic End"));
 }
 
 TEST_F(LensPictures, ProgressKeepsWhatTheNextRunNeeds)
@@ -285,6 +297,29 @@ TEST_F(LensPictures, TheHiddenStepButtonsKeepProgressAndGoBackToTheFirstPicture)
     EXPECT_EQ(Progress("PICINDEX"), "1");
     EXPECT_EQ(PicNum(), Valid(0));
     EXPECT_EQ(Label("photoRange").text(), "Left camera photo range");
+}
+
+TEST_F(LensPictures, TheHiddenBackButtonOnlyKeepsProgressInTheLeftStep)
+{
+    MakeStreaming();
+    ShootUpTo(2);
+    Press(*m_pPage, "nextPic");
+    QFile::remove(ProgressFile());
+    Button(*m_pPage, "back").click();
+    EXPECT_EQ(Progress("PICINDEX"), "3");
+    EXPECT_EQ(PicNum(), Valid(2));
+    EXPECT_EQ(State(), "3");
+}
+
+TEST_F(LensPictures, ASuccessThatIsStoredStaysStored)
+{
+    for (const char* const pStored : {"1", "0"}) {
+        WriteProgress(QByteArray("PROGRESS=1\nCALIBSUCCESS=") + pStored + "\n");
+        MakeStreaming();
+        Button(*m_pPage, "next").click();
+        EXPECT_EQ(Progress("CALIBSUCCESS"), pStored);
+        m_pPage.reset();
+    }
 }
 
 TEST_F(LensPictures, ARunResumesAtTheLastPictureOfTheStepItWasIn)

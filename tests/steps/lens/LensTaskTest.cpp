@@ -36,9 +36,16 @@ protected:
 
 TEST_F(LensTask, TheManualFlowCalibratesNothingAndGoesOnToTheRightCamera)
 {
+    // Only the dialog's text is not worded.
+    Doubles::The().wordings["Processing..."] = "Bitte warten";
     MakeStreaming();
+    QStringList atNotice;
+    m_answers.OnBox([&](QMessageBox&) {
+        atNotice << Label("photoRange").text() << Progress("STEPINDEX") << (IsOpen("rectify") ? "open" : "shut");
+    });
     FinishLeftCamera();
     EXPECT_EQ(m_answers.OnlyText(), "Camera Calibration success!");
+    EXPECT_EQ(atNotice, QStringList({"Left camera photo range", "1", "shut"})) << "told before it goes on";
     EXPECT_EQ(Journal("ThreadDialogRun"), "ThreadDialogRun(0, null, 0, Processing...)");
     EXPECT_EQ(Doubles::The().Count("CalibrateDistortedCamera"), 0);
     EXPECT_TRUE(m_host.calls.empty());
@@ -67,6 +74,40 @@ TEST_F(LensTask, AnyOtherTypeCalibratesEachCameraFromItsFolder)
     EXPECT_THAT(Journal("SaveCameraParameters"), testing::HasSubstr("Output/cameraR_calibrateMap.xml"));
     WaitUntil([&] { return next.size() == 1; });
     EXPECT_EQ(Param(Output("CameraParam.ini"), "CAMERA_TYPE"), "1");
+}
+
+TEST_F(LensTask, TheLensFilesAreWordedPartByPart)
+{
+    auto& wordings = Doubles::The().wordings;
+    wordings["L_images/"] = "Links/";
+    wordings["R_images/"] = "Rechts/";
+    wordings["cameraL_calibrateMap.xml"] = "links.xml";
+    wordings["cameraR_calibrateMap.xml"] = "rechts.xml";
+    MakeStreaming(1);
+    FinishLeftCamera();
+    EXPECT_TRUE(QFile::exists(Output("Links/9.png")));
+    EXPECT_EQ(Journal("CalibrateDistortedCamera"), "CalibrateDistortedCamera(9 pictures, 7x9)");
+    EXPECT_THAT(Journal("SaveCameraParameters"), testing::HasSubstr("Output/links.xml"));
+    Doubles::The().journal.clear();
+    ShootUpTo(9);
+    EXPECT_TRUE(QFile::exists(Output("Rechts/9.png")));
+    Press(*m_pPage, "rectify");
+    EXPECT_EQ(Journal("CalibrateDistortedCamera"), "CalibrateDistortedCamera(9 pictures, 7x9)");
+    EXPECT_THAT(Journal("SaveCameraParameters"), testing::HasSubstr("Output/rechts.xml"));
+}
+
+TEST_F(LensTask, TheUploadIsLoggedBeforeAndAfter)
+{
+    WriteProgress("PROGRESS=1\nSTEPINDEX=2\nLASTPICINDEXRIGHT=10\n");
+    Make().show();
+    m_pPage->hide();
+    Doubles::The().logLines.clear();
+    m_host.onCommand = [] { Doubles::The().logLines.emplace_back(-1, "the command"); };
+    EXPECT_EQ(m_pPage->ThreadDialog_ThreadRun(0, nullptr), 0);
+    EXPECT_THAT(Doubles::The().logLines,
+                testing::ElementsAre(std::pair(1, "ThreadDialog_ThreadRun : DeviceDocumentImport Start!"),
+                                     std::pair(-1, "the command"),
+                                     std::pair(1, "ThreadDialog_ThreadRun : DeviceDocumentImport End!")));
 }
 
 TEST_F(LensTask, ACalibrationThatFailsIsToldAndChangesNothing)
