@@ -259,6 +259,36 @@ TEST_F(ManualWindow, TheTypeReachesTheFirstPage)
     EXPECT_THAT(Doubles::The().journal, IsEmpty());
 }
 
+TEST_F(ManualWindow, TheHostReachesTheFirstPage)
+{
+    Stored("PROGRESS", 1);
+    Stored("STEPINDEX", 2);
+    MakeStarted();
+    auto* const pPage = qobject_cast<CalibrateWdg*>(m_pWindow->centralWidget());
+    ASSERT_TRUE(pPage);
+    EXPECT_EQ(pPage->ThreadDialog_ThreadRun(0, nullptr), 0);
+    EXPECT_THAT(m_device.calls, testing::ElementsAre(testing::StartsWith("RunCommand(DeviceDocumentImport, ")));
+}
+
+TEST_F(ManualWindow, ClosingStopsTheLivePictureAndStoresNothing)
+{
+    UseCameras();
+    MakeStarted();
+    // Two pages take theirs as they are made.
+    ASSERT_EQ(m_cameras.HandedOut(), 3);
+    const Doubles::RecordingCamera& camera = m_cameras.Camera(2);
+    while (camera.Count("SnapPicture") == 0) {
+        QTest::qWait(1);
+    }
+    m_pWindow->close();
+    EXPECT_EQ(camera.Commands().back(), "CloseCamera(null)");
+    const int nSnaps = camera.Count("SnapPicture");
+    QTest::qWait(20);
+    EXPECT_EQ(camera.Count("SnapPicture"), nSnaps);
+    EXPECT_FALSE(QFileInfo::exists(ProgressFile()));
+    EXPECT_FALSE(OutputExists());
+}
+
 TEST_F(ManualWindow, TheTypeReachesTheFusionPage)
 {
     UseCameras();
