@@ -106,7 +106,10 @@ private:
     bool KeepPicture(const QString& strFile);
     bool RectifyPic(const cv::Mat& picture, cv::Mat& out);
 
-    // The crosses.
+    // The crosses, in AutoDualMarks.cpp.
+    /// Buttons of the tool bar.
+    static constexpr int g_nAdd = 0;
+    static constexpr int g_nModify = 1;
     /// Crosses that one camera sees; not positive where the grid is not known.
     int CrossesOfCamera() const;
     int CrossLimit() const;

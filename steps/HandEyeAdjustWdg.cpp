@@ -238,11 +238,7 @@ void HandEyeAdjustWdg::on_pushButton_RemoveCoord_clicked()
         // A pending cross stays then; this is meant.
         return;
     }
-    if (!ui->graphicsView->HasPendingCross()) {
-        m_listCoord.removeLast();
-    }
-    ui->graphicsView->RemoveLastCross();
-    ui->graphicsView->RemoveHintPicture();
+    TakeNewestMarkBack(*ui->graphicsView, m_listCoord);
     RefreshCoordList();
 }
 

@@ -127,6 +127,15 @@ bool IsOutside(QPointF point, QSize picture)
     return point.x() < 0 || point.y() < 0 || point.x() > picture.width() || point.y() > picture.height();
 }
 
+void TakeNewestMarkBack(DualGraphicsView& view, QList<QPointF>& marks)
+{
+    if (!view.HasPendingCross()) {
+        marks.removeLast();
+    }
+    view.RemoveLastCross();
+    view.RemoveHintPicture();
+}
+
 void ShowHint(DualGraphicsView& view, int nNumber, QPoint point)
 {
     const QPixmap pixmap(g_calibGlobalParam.strCalibResourcePath + "/Camera_Two/AdjustHandEye_HintImages/" +

@@ -3,6 +3,7 @@
 // What several pages of the wizard do alike, once: wordings, notices of the log, the step bar's properties, button
 // widths, the countdown of the photo button, the range of a click, hint pictures. GUI thread only.
 
+#include <QList>
 #include <QPointF>
 #include <QSize>
 #include <QString>
@@ -65,6 +66,10 @@ inline constexpr int g_nCountdownStart = 5;
 
 /// Whether a click lies outside of a picture; its far edges still count as inside.
 bool IsOutside(QPointF point, QSize picture);
+
+/// Takes the cross back that was clicked last; where it was not recorded yet, `marks` stays. Without marks it is not
+/// to be called.
+void TakeNewestMarkBack(DualGraphicsView& view, QList<QPointF>& marks);
 
 /// Shows the hint picture number `nNumber`, counted from 1, with its lower left corner 5 px right of and above
 /// `point`, in place of the one before.

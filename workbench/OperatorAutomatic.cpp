@@ -15,7 +15,6 @@ namespace
 
 /// A view pixel is a picture pixel then, and a click as exact as the picture.
 constexpr double g_dClickScale = 1.0;
-constexpr int g_nMostTurns = 400;
 
 } // namespace
 
@@ -68,10 +67,7 @@ void WizardOperator::UseCoordinatePage(QWidget& page)
 // Zooms until the cross is large and clear of what floats over the picture, then adds a point there.
 void WizardOperator::ClickCross(QWidget& page, QGraphicsView& view, QPointF target, int nListed)
 {
-    if (static_cast<std::size_t>(nListed) > m_nClicked) {
-        ++m_nClicked;
-        m_nTurns = 0;
-        m_sincePhase.restart();
+    if (IsListed(nListed)) {
         return;
     }
     auto* pAdd = page.findChild<QToolButton*>("toolButton_Add");
@@ -85,12 +81,7 @@ void WizardOperator::ClickCross(QWidget& page, QGraphicsView& view, QPointF targ
         Fail(QString("The page takes no more than %1 crosses.").arg(m_nClicked));
         return;
     }
-    if (m_nTurns < 0) {
-        // Double clicked; the list follows.
-        return;
-    }
-    if (++m_nTurns > g_nMostTurns) {
-        Fail(QString("The cross at %1, %2 cannot be reached in the picture.").arg(target.x()).arg(target.y()));
+    if (!MayTurn(target)) {
         return;
     }
     const std::optional<QPoint> place = Reach(view, target, g_dClickScale);

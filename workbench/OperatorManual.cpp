@@ -16,7 +16,6 @@ namespace
 
 /// A view pixel is half a picture pixel then; the page itself takes whole ones.
 constexpr double g_dMarkScale = 2.0;
-constexpr int g_nMostTurns = 400;
 /// In a row; a chart that is never found is not the operator's fault.
 constexpr int g_nMostPoor = 8;
 /// The live picture may lag behind the chart by one.
@@ -222,18 +221,7 @@ void WizardOperator::UseMarkPage(QWidget& page)
 // Zooms until the cross is large, marks it, and records the mark.
 void WizardOperator::SetMark(QWidget& page, QGraphicsView& view, QPointF target, int nListed)
 {
-    if (static_cast<std::size_t>(nListed) > m_nClicked) {
-        ++m_nClicked;
-        m_nTurns = 0;
-        m_sincePhase.restart();
-        return;
-    }
-    if (m_nTurns < 0) {
-        // Marked; the list follows.
-        return;
-    }
-    if (++m_nTurns > g_nMostTurns) {
-        Fail(QString("The cross at %1, %2 cannot be reached in the picture.").arg(target.x()).arg(target.y()));
+    if (IsListed(nListed) || !MayTurn(target)) {
         return;
     }
     if (const std::optional<QPoint> place = Reach(view, target, g_dMarkScale)) {

@@ -309,4 +309,25 @@ void WizardOperator::NextPhase(const QString& strWhat)
     }
 }
 
+bool WizardOperator::IsListed(int nListed)
+{
+    const bool bListed = static_cast<std::size_t>(nListed) > m_nClicked;
+    if (bListed) {
+        ++m_nClicked;
+        m_nTurns = 0;
+        m_sincePhase.restart();
+    }
+    return bListed;
+}
+
+bool WizardOperator::MayTurn(QPointF target)
+{
+    constexpr int nMostTurns = 400;
+    if (m_nTurns >= 0 && ++m_nTurns > nMostTurns) {
+        Fail(QString("The cross at %1, %2 cannot be reached in the picture.").arg(target.x()).arg(target.y()));
+        return false;
+    }
+    return m_nTurns >= 0;
+}
+
 } // namespace Workbench

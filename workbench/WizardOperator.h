@@ -76,6 +76,11 @@ private:
     void UseFusionPage(QWidget& page);
     void UseMarkPage(QWidget& page);
     void SetMark(QWidget& page, QGraphicsView& view, QPointF target, int nListed);
+    /// Counts what the page lists by now. True where that is more than before.
+    bool IsListed(int nListed);
+    /// False while the page has not listed a cross that was marked, and where one cannot be reached, which fails the
+    /// run.
+    bool MayTurn(QPointF target);
     void ClickCross(QWidget& page, QGraphicsView& view, QPointF target, int nListed);
     void Cancel(QMainWindow& window);
     /// False while the button is hidden or shut.
