@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <limits>
 #include <type_traits>
 
 using ::testing::ElementsAre;
@@ -103,6 +104,8 @@ TEST_F(CameraCalibration, KeepsTheDescriptionAndTheExtentAndReadsNeither)
     EXPECT_EQ(calibration.m_strDescrPath, "/none/caltab.descr");
     calibration.SetWorkAreaSize(900, -7);
     EXPECT_EQ(calibration.m_dWorkAreaExtent, 1050.0);
+    calibration.SetWorkAreaSize(std::numeric_limits<int>::max(), 0);
+    EXPECT_EQ(calibration.m_dWorkAreaExtent, 2147483797.0);
     Pictures(3);
     EXPECT_TRUE(calibration.CalibrateAndSave(folder.Path("lens.xml")));
     EXPECT_THAT(Doubles::The().logLines, IsEmpty());
@@ -181,6 +184,28 @@ TEST_F(CameraCalibration, AllThreeKindsOfPictureFilesCount)
     Picture("c.bmp");
     EXPECT_TRUE(calibration.FindAllImgCalibObject());
     EXPECT_THAT(Doubles::The().journal, ElementsAre("CalibrateDistortedCamera(3 pictures, 7x9)"));
+}
+
+TEST_F(CameraCalibration, OtherEndingsAndHiddenFilesDoNotCount)
+{
+    Picture("1.PNG");
+    Picture("2.jpeg");
+    Picture("3.png.webp");
+    Picture(".4.png");
+    std::filesystem::create_directory(folder.Path("below"));
+    Picture("below/5.png");
+    EXPECT_TRUE(calibration.FindAllImgCalibObject());
+    EXPECT_THAT(Doubles::The().journal, ElementsAre("CalibrateDistortedCamera(1 pictures, 7x9)"))
+        << "large letters are the same ending";
+    EXPECT_THAT(Doubles::The().logLines, IsEmpty());
+}
+
+TEST_F(CameraCalibration, AFolderBesideTheWorkingFolderIsLoggedByItsWholePath)
+{
+    const std::string strBad = folder.Write("1.png", "this is no picture");
+    calibration.SetImageDir(std::filesystem::relative(folder.Path()));
+    EXPECT_TRUE(calibration.FindAllImgCalibObject());
+    EXPECT_THAT(Doubles::The().logLines, ElementsAre(Pair(2, "[FindAllImgCalibObject]Failed to load image:" + strBad)));
 }
 
 TEST_F(CameraCalibration, AnUnreadablePictureAmongTenIsPassedOverWithOneLine)
