@@ -399,7 +399,7 @@ bool CreateHomography(const std::vector<cv::Point2f>& source, const std::vector<
     fits.push_back({source, target, error, threshold, confidence, iterations});
     const bool bOk = Call("CreateHomography", "");
     homography = bOk ? cv::Mat(static_cast<double>(fits.size()) * cv::Mat::eye(3, 3, CV_64F)) : cv::Mat();
-    return bOk;
+    return bOk != Doubles::The().bFitAnswersContrary;
 }
 
 bool CalibrationMatchPointsForDualCam(const cv::Mat& left, const ImageDirFlags&, const cv::Rect& leftRoi,

@@ -65,6 +65,7 @@ struct State {
     std::vector<cv::Point2f> matchedFirst, matchedSecond; ///< what it gives
     cv::Mat matchesPicture;                               ///< what CreateMatchesImage gives
     std::vector<Fit> fits;               ///< of each CreateHomography, which gives the identity times its ordinal
+    bool bFitAnswersContrary = false;    ///< it answers the contrary of what it gives
     float fPairX = 0.0f, fPairY = 0.0f;  ///< added by the pair's conversions
     bool bMirrorPair = false;            ///< the pair's x runs backward
     bool bStitchBufferZero = false;      ///< the whole buffer came in zeroed

@@ -110,6 +110,71 @@ TEST_F(FusionFit, AnswersOfTheModuleAreNotLookedAtButTheHomographyIs)
     EXPECT_TRUE(IsEnabled("confirm"));
 }
 
+TEST_F(FusionFit, OnlyTheHomographyTellsASuccess)
+{
+    Doubles::The().bFitAnswersContrary = true;
+    Arm();
+    DrawRect(50, 60, 350, 160);
+    EXPECT_TRUE(IsEnabled("confirm")) << "there is one, though the module answered false";
+    Click("setRoiRect");
+    Doubles::The().answers["CreateHomography"] = false;
+    DrawRect(50, 60, 350, 160);
+    ExpectSplicingFailedBox();
+}
+
+TEST_F(FusionFit, WithoutAPictureOfTheMatchesTheOneBeforeStays)
+{
+    Doubles::The().matchesPicture = cv::Mat();
+    Arm();
+    const QImage before = Shown();
+    DrawRect(50, 60, 350, 160);
+    EXPECT_EQ(Shown(), before);
+    EXPECT_TRUE(IsEnabled("confirm"));
+}
+
+TEST_F(FusionFit, AFailedFitChangesNothingOfASuccessBeforeIt)
+{
+    OpenAndFit();
+    Click("setRoiRect");
+    Doubles::The().answers["CreateHomography"] = false;
+    DrawRect(50, 60, 350, 160);
+    ExpectSplicingFailedBox();
+    EXPECT_TRUE(IsEnabled("confirm"));
+    EXPECT_FALSE(IsEnabled("setRoiRect"));
+    EXPECT_EQ(Progress("FUSIONSUCCESS"), "1");
+}
+
+TEST_F(FusionFit, WhatItSaysIsWorded)
+{
+    Doubles::The().wordings = {{"Splicing failed", "Misslungen"},
+                               {SPLICING_FAILED, "Zu wenig"},
+                               {"OK", "Gut"},
+                               {"Complete splicing", "Fertig"}};
+    Arm();
+    DrawRect(50, 60, SEAM, 160);
+    ASSERT_EQ(m_answers.Notices().size(), 1u);
+    EXPECT_EQ(m_answers.Notices()[0].strTitle, "Misslungen");
+    EXPECT_EQ(m_answers.Notices()[0].strText, "Zu wenig");
+    EXPECT_EQ(m_answers.Notices()[0].buttons, QStringList{"Gut"});
+    DrawRect(50, 60, 350, 160);
+    EXPECT_EQ(Child<QLabel>(*m_pPage, "label_fusionHint").text(), "Fertig");
+}
+
+TEST_F(FusionFit, ARefusalIsLoggedAndArmedBeforeItsBoxStands)
+{
+    Arm();
+    bool bLogged = false;
+    bool bArmed = false;
+    m_answers.OnBox([&](QMessageBox&) {
+        bLogged = Logged(3, "[Fusion]The left roi is empty!");
+        Painted::Press(Label(), {70, 80});
+        bArmed = Label().GetRoiRect().topLeft() == QPoint(70, 80);
+    });
+    DrawRect(50, 60, SEAM, 160);
+    EXPECT_TRUE(bLogged);
+    EXPECT_TRUE(bArmed);
+}
+
 TEST_F(FusionFit, TheRegionMayBeDrawnAgainAfterAFit)
 {
     OpenAndFit();
@@ -146,6 +211,7 @@ TEST_F(FusionFit, ANewPhotoKeepsTheSuccessOfTheOneBefore)
     EndCountdown(*m_pPage);
     Click("snap");
     EXPECT_TRUE(IsEnabled("confirm"));
+    EXPECT_EQ(Progress("FUSIONSUCCESS"), "1");
     Click("confirm");
     EXPECT_THAT(Doubles::The().journal, Contains("SaveHomography(Output/mapImgR2L.xml 1)"));
 }

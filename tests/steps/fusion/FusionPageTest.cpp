@@ -82,6 +82,44 @@ TEST_F(FusionPage, ANewLanguageReachesThePage)
     EXPECT_EQ(steps.back(), "polish label_hintBar");
 }
 
+TEST_F(FusionPage, AllItsTextsAreWorded)
+{
+    const std::vector<std::pair<const char*, QString>> rows = {
+        {"label_fusionHint", "Fusion completed"},
+        {"label_fusionWdg", "Image Fusion"},
+        {"plainTextEdit_2",
+         "1.Place the image in the center of the machine's working area and press the <Photo> button."},
+        {"pushButton_snap", "Photo"},
+        {"plainTextEdit_3",
+         "2. Click the <Start> buttonUse the left mouse button to select the pattern area of the stitching "
+         "template,Aftercompleting the selection, press the <RightClick> key to complete the splicing."},
+        {"pushButton_setRoiRect", "Start"},
+        {"pushButton_back", "Previous"},
+        {"pushButton_confirm", "Confirm"},
+        {"pushButton_cancel", "Cancel"}};
+    const auto expectWorded = [&] {
+        for (const auto& [pName, strKey] : rows) {
+            const QWidget& widget = Child<QWidget>(*m_pPage, pName);
+            const auto* const pEdit = qobject_cast<const QPlainTextEdit*>(&widget);
+            const QString strText = pEdit ? pEdit->toPlainText() : widget.property("text").toString();
+            EXPECT_EQ(strText, Doubles::The().wordings[strKey]) << pName;
+        }
+        EXPECT_EQ(Child<QLabel>(*m_pPage, "label_hintBar").property("state"), "Schritt vier");
+    };
+    for (const char* const pLanguage : {"de ", "fr "}) {
+        for (const auto& [pName, strKey] : rows) {
+            Doubles::The().wordings[strKey] = pLanguage + strKey;
+        }
+        Doubles::The().wordings["DualCamera_Flow_Step4"] = "Schritt vier";
+        if (m_pPage) {
+            ChangeLanguage();
+        } else {
+            Open();
+        }
+        expectWorded();
+    }
+}
+
 TEST_F(FusionPage, ItsButtonsAreAsWideAsTheirTexts)
 {
     Doubles::The().wordings = {{"Start", QString(80, 'W')}};
@@ -141,4 +179,24 @@ TEST_F(FusionPage, AnEarlierPageHasNotFusedYet)
     Open();
     EXPECT_FALSE(IsEnabled("confirm"));
     EXPECT_EQ(Progress("PROGRESS"), "2");
+}
+
+TEST_F(FusionPage, AnyProgressThatIsNotNoneLetsTheSuccessBeRead)
+{
+    WriteIniInt("PROGRESS", "PROGRESS", -1, ProgressFile());
+    WriteIniInt("PROGRESS", "FUSIONSUCCESS", 7, ProgressFile());
+    Open();
+    EXPECT_TRUE(IsEnabled("confirm"));
+    EXPECT_EQ(Progress("PROGRESS"), "2");
+    EXPECT_EQ(Progress("FUSIONSUCCESS"), "1");
+}
+
+TEST_F(FusionPage, AProgressWithoutSuccessShutsNothing)
+{
+    OpenAndFit();
+    m_pPage->hide();
+    WriteIniInt("PROGRESS", "FUSIONSUCCESS", 0, ProgressFile());
+    m_pPage->show();
+    EXPECT_TRUE(IsEnabled("confirm"));
+    EXPECT_EQ(Progress("FUSIONSUCCESS"), "0");
 }

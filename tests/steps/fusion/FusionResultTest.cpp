@@ -70,6 +70,16 @@ TEST_F(FusionResult, TheHomographyIsSavedToTheRunsFolder)
     EXPECT_THAT(m_answers.Notices(), IsEmpty());
 }
 
+TEST_F(FusionResult, AFolderNameInLocalTextIsFound)
+{
+    // Restored with the data root.
+    qputenv("XDG_CONFIG_HOME", (m_root.Folder() + "/Brücke").toLocal8Bit());
+    OpenAndFit();
+    Click("confirm");
+    EXPECT_EQ(Content(m_root.Folder() + "/Brücke/Quillboost/Resources/Vision/calib/Camera_Two/Output/mapImgR2L.xml"),
+              "1");
+}
+
 TEST_F(FusionResult, TheRunsFolderIsMadeWhereItIsMissing)
 {
     OpenAndFit();
@@ -103,7 +113,10 @@ TEST_F(FusionResult, TheFusionAlonePublishesItsFilesAndEndsTheWizard)
     WriteMaps("Result", "old");
     m_root.WriteFile(Result("mapImgR2L.xml"), "old");
     m_root.WriteFile(Result("DualCamera_pix2mm.xml"), "stays");
+    m_root.WriteFile(m_root.CameraTwo("Output/L_images/1.png"), "a picture");
+    m_root.WriteFile(Result("CameraParam.ini"), "[CAMERA_PARAM]\nCAMERA_TYPE=1\nOTHER=5\n");
     OpenAndFit().SetFusionOnly(true);
+    m_pPage->SetCameraType(2);
     Record();
     QStringList before;
     QObject::connect(m_pPage.get(), &FusionWdg::ExitWindowSignal,
@@ -114,7 +127,8 @@ TEST_F(FusionResult, TheFusionAlonePublishesItsFilesAndEndsTheWizard)
     EXPECT_EQ(Content(Result("cameraR_calibrateMap.xml")), "new");
     EXPECT_EQ(Content(Result("mapImgR2L.xml")), "1");
     EXPECT_EQ(Content(Result("DualCamera_pix2mm.xml")), "stays");
-    EXPECT_EQ(Param(Result("CameraParam.ini"), "CAMERA_TYPE"), "0");
+    EXPECT_EQ(Param(Result("CameraParam.ini"), "CAMERA_TYPE"), "2");
+    EXPECT_EQ(Param(Result("CameraParam.ini"), "OTHER"), "5");
     EXPECT_FALSE(QDir(m_root.Root() + "/Vision/calib/Camera_Two/Output").exists());
     EXPECT_THAT(before, IsEmpty()) << "gone before the window closes";
     EXPECT_THAT(m_answers.Notices(), IsEmpty());

@@ -59,6 +59,31 @@ TEST_F(FusionShot, ThePictureFillsTheLabelAndKeepsItsShape)
     EXPECT_EQ(Label().GetImageSize(), QSize(400, 300)) << "of the full picture";
 }
 
+TEST_F(FusionShot, ThePictureStaysInsideTheLabelsMargins)
+{
+    Open();
+    Label().setContentsMargins(10, 20, 30, 40);
+    Click("snap");
+    EXPECT_EQ(Shown().size(), QSize(320, 240)) << "as 360 x 240 allow";
+}
+
+TEST_F(FusionShot, ThePictureIsMadeSmallerWithoutMixingPixels)
+{
+    for (int x = 0; x < m_leftPicture.cols; ++x) {
+        m_leftPicture.col(x).setTo(cv::Scalar::all(x % 2 == 0 ? 0 : 255));
+    }
+    Open();
+    Label().setFixedSize(240, 180);
+    QCoreApplication::processEvents();
+    Click("snap");
+    const QImage shown = Shown();
+    ASSERT_EQ(shown.size(), QSize(240, 180));
+    for (int y = 0; y < shown.height(); ++y) {
+        const int nRed = At(shown, 50, y).red();
+        EXPECT_TRUE(nRed == 0 || nRed == 255) << nRed;
+    }
+}
+
 TEST_F(FusionShot, AsksBothCamerasInTurn)
 {
     OpenAndShoot();
@@ -174,6 +199,8 @@ TEST_F(FusionShot, OthersAreRectifiedByTheFilesOfThisRun)
     EXPECT_THAT(Doubles::The().journal, Contains("LoadCameraParameters(Output/cameraL_calibrateMap.xml)"));
     EXPECT_THAT(Doubles::The().journal, Contains("LoadCameraParameters(Output/cameraR_calibrateMap.xml)"));
     EXPECT_EQ(Shown().size(), QSize(400, 300));
+    EXPECT_EQ(At(Shown(), 100, 150), QColor(30, 20, 10)) << "the left camera's";
+    EXPECT_EQ(At(Shown(), SEAM + 100, 150), QColor(60, 50, 40));
 }
 
 TEST_F(FusionShot, ByTheResultsFilesWhereThatIsAskedFor)
@@ -191,6 +218,28 @@ TEST_F(FusionShot, APageThatWasNotToldTheTypeRectifies)
     m_pPage->show();
     Click("snap");
     EXPECT_TRUE(Logged(1, "FusionWdg RectifyPic fail!"));
+}
+
+TEST_F(FusionShot, EveryTypeButTheRectifiedOneIsRectified)
+{
+    WriteMaps("Output");
+    for (const int nType : {-1, 2, 7}) {
+        Doubles::The().journal.clear();
+        OpenAndShoot(nType);
+        EXPECT_EQ(Doubles::The().Count("UnDistortedImage"), 2) << nType;
+        EndCountdown(*m_pPage);
+    }
+}
+
+TEST_F(FusionShot, ARectificationThatFailsHalfwayLeavesNoRegionToDraw)
+{
+    WriteMaps("Output");
+    Doubles::The().failAt["UnDistortedImage"] = 2;
+    OpenAndShoot(1);
+    EXPECT_TRUE(Logged(1, "FusionWdg RectifyPic fail!"));
+    QMetaObject::invokeMethod(m_pPage.get(), "DrawRoiEndingSlot", Qt::DirectConnection);
+    EXPECT_TRUE(Logged(3, "[Fusion]The left or right image is empty!")) << "the right one is missing";
+    EXPECT_THAT(Doubles::The().matchings, IsEmpty());
 }
 
 TEST_F(FusionShot, WithoutLensFilesItFailsInSilence)
