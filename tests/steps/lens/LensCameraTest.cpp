@@ -115,8 +115,12 @@ TEST_F(LensCamera, ACameraThatRefusesItsParametersIsClosedAndStreamsAllTheSame)
 TEST_F(LensCamera, ACameraThatFailsIsToldAndTheNextPressReconnects)
 {
     MakeStreaming();
+    bool bOpenAtNotice = true;
+    m_answers.OnBox([&](QMessageBox&) { bOpenAtNotice = IsOpen("snap"); });
+    Button(*m_pPage, "snap").setEnabled(false);
     Disconnect();
     ASSERT_EQ(m_answers.Notices().size(), 1u);
+    EXPECT_FALSE(bOpenAtNotice) << "the button opens after the notice";
     EXPECT_EQ(m_answers.Notices().front().strText, g_strDisconnected);
     EXPECT_EQ(m_answers.Notices().front().icon, QMessageBox::Critical);
     EXPECT_EQ(m_answers.Notices().front().strTitle, "Tips");

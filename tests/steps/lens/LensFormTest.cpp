@@ -244,6 +244,33 @@ TEST_F(LensForm, AShowAfterAClosedRunStartsAtNothingAgain)
     EXPECT_EQ(Label("picError").text(), "picture");
 }
 
+TEST_F(LensForm, AShowWithoutACameraShowsNoPictureOfTheRunBefore)
+{
+    MakeStreaming();
+    m_pPage->hide();
+    ASSERT_TRUE(HasPicture("snapPic"));
+    g_calibGlobalParam.strLeftCameraName = "None";
+    m_pPage->show();
+    EXPECT_FALSE(HasPicture("snapPic"));
+    EXPECT_FALSE(HasPicture("cameraPic"));
+}
+
+TEST_F(LensForm, HintsAndSchematicPictureFollowTheWayBack)
+{
+    WriteProgress("PROGRESS=1\nLASTPICINDEXLEFT=11\n");
+    MakeStreaming();
+    for (int i = 11; i >= 8; --i) {
+        SCOPED_TRACE(i);
+        EXPECT_EQ(State(), std::to_string(std::min(i, 10)));
+        EXPECT_EQ(Explained("rectifyExplain"), i > 9 ? g_pEnough : g_pHold);
+        EXPECT_EQ(Explained("snapExplain"), i > 9 ? g_pNotesEnough : g_pNotesHold);
+        EXPECT_EQ(Label("supplementary").isVisible(), i >= 9);
+        EXPECT_EQ(IsOpen("rectify"), i > 9);
+        EXPECT_EQ(PicNum(), Valid(i - 1));
+        Press(*m_pPage, "backPic");
+    }
+}
+
 TEST_F(LensForm, HintsAndSchematicPictureFollowThePictures)
 {
     const RecordingStyle::Installed style;

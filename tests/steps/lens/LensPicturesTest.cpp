@@ -35,6 +35,7 @@ TEST_F(LensPictures, AGoodPictureIsCountedShownAndOpensTheWayOn)
 {
     MakeStreaming();
     Doubles::The().dBoardError = 0.123456789;
+    Button(*m_pPage, "next").setEnabled(false);
     Shoot();
     EXPECT_TRUE(QFile::exists(Picture("L", 1)));
     EXPECT_EQ(PicNum(), Valid(1));
