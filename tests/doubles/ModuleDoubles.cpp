@@ -423,9 +423,11 @@ bool CreateMatchesImage(const cv::Mat&, const ImageDirFlags&, const cv::Mat&, co
     return bOk;
 }
 
-bool DoBlendingImageForDualCam(const cv::Mat& left, const ImageDirFlags&, const cv::Mat&, const ImageDirFlags&,
-                               const double& a, const double& b, const cv::Mat&, double& score, cv::Mat& dst)
+bool DoBlendingImageForDualCam(const cv::Mat& left, const ImageDirFlags& leftFlags, const cv::Mat& right,
+                               const ImageDirFlags& rightFlags, const double& a, const double& b,
+                               const cv::Mat& homography, double& score, cv::Mat& dst)
 {
+    Doubles::The().blends.push_back({left, right, homography, &leftFlags == &rightFlags});
     Doubles::The().dScaleA = a;
     Doubles::The().dScaleB = b;
     Doubles::The().dBlendScore = score;

@@ -48,6 +48,12 @@ struct Matching {
     std::size_t nPoints = 0; ///< in the two lists, as they came in
 };
 
+/// What one DoBlendingImageForDualCam was given. Pixels are shared.
+struct Blend {
+    cv::Mat left, right, homography;
+    bool bSameFlags; ///< one object for both pictures
+};
+
 struct State {
     std::vector<std::string> journal;                  ///< module calls in order, as "Name(arguments that matter)"
     std::vector<std::pair<int, std::string>> logLines; ///< level and text
@@ -76,6 +82,7 @@ struct State {
     std::vector<double> undistortWith;   ///< camera(0, 0) and distortion(0, 0) of each UnDistortedImage, in turn
     bool bCorrectedNull = false;         ///< SingleCamCorrected got no buffer
     double dBlendScore = 0.0;            ///< as it came in
+    std::vector<Blend> blends;           ///< of each DoBlendingImageForDualCam, which gives the left picture
     double dExpansionScale = 0.0;
 
     std::vector<BoardSearch> boardSearches;

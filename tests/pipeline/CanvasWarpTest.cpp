@@ -108,6 +108,44 @@ TEST_F(CanvasWarp, AFailedManualLoadFails)
     Touch("Result/DualCamera_pix2mm.xml");
     Doubles::The().answers["LoadHomography"] = false;
     EXPECT_EQ(Warp(10, 5), -1);
+    EXPECT_TRUE(m_matDst.empty());
+    EXPECT_TRUE(Doubles::The().logLines.empty());
+    Doubles::The().answers["LoadHomography"] = true;
+    EXPECT_EQ(Warp(10, 5), 0);
+    EXPECT_EQ(Doubles::The().Count("LoadHomography"), 2);
+}
+
+TEST_F(CanvasWarp, TheManualHomographyIsTheResultsOwn)
+{
+    Touch("Output/DualCamera_pix2mm.xml");
+    EXPECT_EQ(Warp(10, 5), -1);
+    EXPECT_TRUE(Doubles::The().journal.empty());
+    EXPECT_TRUE(Doubles::The().logLines.empty());
+    Touch("Result/DualCamera_pix2mm.xml");
+    EXPECT_EQ(Warp(10, 5), 0);
+    EXPECT_EQ(Doubles::The().journal[0], "LoadHomography(Result/DualCamera_pix2mm.xml)");
+}
+
+TEST_F(CanvasWarp, TheStitchingsOwnFileTellsTheFlow)
+{
+    Touch("Result/DualCamera_pix2mm.xml");
+    SetFlow(1);
+    WriteIniInt("CAMERA_PARAM", "AUTO_CALIBRATION", 0, Stitch());
+    EXPECT_EQ(Warp(10, 5), 0);
+    EXPECT_EQ(Doubles::The().Count("LoadHomography"), 1);
+    EXPECT_EQ(Doubles::The().Count("DualCam_WorldToSecondCorrectedImagePoint"), 0);
+}
+
+TEST_F(CanvasWarp, ANewManualResultCountsForTheNextInstance)
+{
+    Touch("Result/DualCamera_pix2mm.xml");
+    ASSERT_EQ(Warp(10, 5), 0);
+    Doubles::The().homography = cv::Mat::eye(3, 3, CV_64F);
+    ASSERT_EQ(Warp(10, 5), 0);
+    EXPECT_EQ(m_matDst.at<cv::Vec3b>(10, 20), cv::Vec3b(10, 5, 7)) << "the one before";
+    CalibrateTwoCameraIns next;
+    ASSERT_EQ(next.WarpImage(m_matSrc, 10, 5, m_matDst), 0);
+    EXPECT_EQ(m_matDst.at<cv::Vec3b>(10, 20), cv::Vec3b(20, 10, 7));
 }
 
 TEST_F(CanvasWarp, MalformedMatricesAndSizesAreLoggedAndFail)

@@ -26,6 +26,15 @@ TEST_F(Coordinates, TheManualFlowScalesBySix)
     EXPECT_TRUE(Doubles::The().journal.empty());
 }
 
+TEST_F(Coordinates, TheStitchingsOwnFileTellsTheFlow)
+{
+    SetFlow(1);
+    WriteIniInt("CAMERA_PARAM", "AUTO_CALIBRATION", 0, Stitch());
+    EXPECT_EQ(ToWorld(600, 60), cv::Point2d(100, 10));
+    EXPECT_EQ(ToPixel(100, 10), cv::Point2d(600, 60));
+    EXPECT_TRUE(Doubles::The().journal.empty());
+}
+
 TEST_F(Coordinates, TheManualFlowGoesThereAndBackExactly)
 {
     for (const double dMm : {0.0, 1.0, 12.5, 899.0, 1300.0}) {

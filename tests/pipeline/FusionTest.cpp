@@ -293,10 +293,50 @@ TEST_F(Fusion, TheManualHomographyIsLoadedOnce)
     EXPECT_EQ(Doubles::The().dBlendScore, -1.0);
 }
 
+TEST_F(Fusion, TheManualFlowBlendsBothPicturesThroughTheHomography)
+{
+    Touch("Result/mapImgR2L.xml");
+    Doubles::The().homography = cv::Mat(3, 3, CV_64F, cv::Scalar(4.0));
+    ASSERT_EQ(Fuse(), 0);
+    ASSERT_EQ(Doubles::The().blends.size(), 1U);
+    const Doubles::Blend& blend = Doubles::The().blends[0];
+    EXPECT_EQ(blend.left.data, m_matLeft.data);
+    EXPECT_EQ(blend.right.data, m_matRight.data);
+    EXPECT_EQ(blend.homography.at<double>(0, 0), 4.0);
+    EXPECT_TRUE(blend.bSameFlags);
+    EXPECT_EQ(cv::norm(m_matDst, m_matLeft, cv::NORM_INF), 0.0) << "what the blending gave";
+}
+
 TEST_F(Fusion, AMissingManualHomographyFailsInSilence)
 {
     EXPECT_EQ(Fuse(), -1);
     EXPECT_TRUE(Doubles::The().logLines.empty());
+    EXPECT_TRUE(Doubles::The().journal.empty());
+}
+
+TEST_F(Fusion, TheManualFileMustExistEvenWhenItIsLoaded)
+{
+    Touch("Result/mapImgR2L.xml");
+    ASSERT_EQ(Fuse(false), 0);
+    EXPECT_EQ(Fuse(true), -1);
+    QFile::remove(m_data.CameraTwo("Result/mapImgR2L.xml"));
+    EXPECT_EQ(Fuse(false), -1);
+    EXPECT_EQ(Doubles::The().blends.size(), 1U);
+}
+
+TEST_F(Fusion, TheStitchingsOwnFileTellsTheFlow)
+{
+    Touch("Result/mapImgR2L.xml");
+    SetFlow(1);
+    WriteIniInt("CAMERA_PARAM", "AUTO_CALIBRATION", 0, Stitch());
+    EXPECT_EQ(Fuse(), 0);
+    EXPECT_EQ(Doubles::The().blends.size(), 1U) << "the cameras' files do not count here";
+    SetFlow(0);
+    WriteIniInt("CAMERA_PARAM", "AUTO_CALIBRATION", -1, Stitch());
+    WritePoints("", "");
+    Fuse();
+    EXPECT_EQ(Doubles::The().Count("FishEyeImageStitching"), 1);
+    EXPECT_EQ(Doubles::The().blends.size(), 1U);
 }
 
 TEST_F(Fusion, AFailedManualLoadFailsAndIsTriedAgain)
@@ -307,6 +347,8 @@ TEST_F(Fusion, AFailedManualLoadFailsAndIsTriedAgain)
     Doubles::The().answers["LoadHomography"] = true;
     EXPECT_EQ(Fuse(), 0);
     EXPECT_EQ(Doubles::The().Count("LoadHomography"), 2);
+    EXPECT_TRUE(Doubles::The().Logged(0, "Current WorkAreaWidth 1300,900"));
+    EXPECT_EQ(Doubles::The().logLines.size(), 1U) << "a failed load is not told";
 }
 
 TEST_F(Fusion, AnEmptyHomographyIsLoadedAgain)

@@ -179,6 +179,7 @@ TEST_F(Rectification, WithoutTheLeftFileTheManualRoadIsTaken)
 TEST_F(Rectification, OnlyTheLeftFileTellsTheFlow)
 {
     WriteIniInt("CAMERA_PARAM", "AUTO_CALIBRATION", 1, m_data.CameraTwo("Result/RightCameraParam.ini"));
+    WriteIniInt("CAMERA_PARAM", "AUTO_CALIBRATION", 1, Stitch());
     EXPECT_EQ(Calib(), -1);
     EXPECT_EQ(Doubles::The().Count("Read_Image"), 0);
 }
