@@ -15,6 +15,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QScreen>
+#include <QScrollArea>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -111,6 +112,31 @@ TEST_F(Window, OpeningsThatMakeNoSenseAreGreyWithTheReason)
     EXPECT_THAT(Button("pushButton_fusion")->toolTip().toStdString(), testing::HasSubstr("automatically"));
     EXPECT_FALSE(Button("pushButton_coordinate")->isEnabled());
     EXPECT_THAT(Button("pushButton_coordinate")->toolTip().toStdString(), testing::HasSubstr("not calibrated"));
+}
+
+TEST_F(Window, ALowScreenHoldsTheWindowOfAManualMachineAndItsPanelRolls)
+{
+    m_pWindow.reset();
+    m_pSession = std::make_unique<HostSession>(Simulator::Machine::Kind::Manual, 1, CTC_MODULE_FOLDER);
+    m_pWindow = std::make_unique<WorkbenchWindow>(*m_pSession, CTC_SMALL_PLUGIN);
+    m_pWindow->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(m_pWindow.get()));
+    constexpr int nHeight = 660; // of 720, less the bars of a desktop
+    m_pWindow->resize(1200, nHeight);
+    QCoreApplication::processEvents();
+    EXPECT_LE(m_pWindow->height(), nHeight);
+    auto* const pRoll = Find<QScrollArea>("scrollArea_machine");
+    auto* const pLast = Button("pushButton_chartAway");
+    pRoll->ensureWidgetVisible(pLast);
+    const QWidget* const pPort = pRoll->viewport();
+    EXPECT_TRUE(pPort->rect().contains(QRect(pLast->mapTo(pPort, QPoint()), pLast->size())));
+
+    OpenWizard();
+    auto* const pDock = Find<QDockWidget>("dock_machine");
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(pDock));
+    EXPECT_GE(pPort->height(), pRoll->widget()->sizeHint().height()) << "the window of its own shows all of the panel";
+    m_answers.Press("Yes");
+    EndWizard("pushButton_cancel");
 }
 
 TEST_F(CalibratedWindow, OnACalibratedMachineItCanBeStitchedAgain)

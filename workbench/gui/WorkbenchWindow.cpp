@@ -8,6 +8,7 @@
 #include "Log.h"
 #include "LogPane.h"
 #include "MachinePanel.h"
+#include "PanelScroll.h"
 #include "PictureMaker.h"
 #include "Texts.h"
 
@@ -110,7 +111,9 @@ void WorkbenchWindow::BuildDocks()
     auto* const pBeside = new QWidget;
     m_pBesideLayout = new QVBoxLayout(pBeside);
     m_pBesideLayout->setContentsMargins(0, 0, 0, 0);
-    m_pBesideLayout->addWidget(m_pMachine);
+    auto* const pScroll = new PanelScroll(m_pMachine);
+    pScroll->setObjectName("scrollArea_machine");
+    m_pBesideLayout->addWidget(pScroll, 1);
     m_pMachineDock = add("dock_machine", pBeside, Qt::RightDockWidgetArea);
     m_pLogDock = add("dock_log", m_pLog, Qt::BottomDockWidgetArea);
     // The groups and the log name themselves.
@@ -274,7 +277,8 @@ void WorkbenchWindow::ShowBeside()
     m_pMachineDock->setFloating(true);
     m_pMachineDock->show();
     m_pMachineDock->windowHandle()->setTransientParent(m_pRun->Window()->windowHandle());
-    m_pMachineDock->resize(m_pMachineDock->sizeHint());
+    m_pMachineDock->resize(
+        m_pMachineDock->sizeHint().boundedTo(m_pRun->Window()->screen()->availableSize() - QSize(0, 40)));
     // The page's size at once, not when the window's layout comes round to it: a window that grows after it was placed
     // is at a place of its own on each window system.
     QWidget* const pWizard = m_pRun->Window();

@@ -1,0 +1,28 @@
+// Rolls a panel where the screen is too low for all of it. It asks for the room of the whole panel and is content with
+// less of its height, never of its width. The panel becomes its child.
+
+#pragma once
+
+#include <QScrollArea>
+
+namespace Workbench
+{
+
+class PanelScroll : public QScrollArea
+{
+    Q_OBJECT
+
+public:
+    explicit PanelScroll(QWidget* pPanel);
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
+protected:
+    bool eventFilter(QObject* pObject, QEvent* pEvent) override;
+
+private:
+    int BarWidth() const;
+};
+
+} // namespace Workbench
