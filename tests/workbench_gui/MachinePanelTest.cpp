@@ -184,6 +184,18 @@ TEST_F(ChartInHand, IsTiltedTurnedPushedAsideAndTakenAway)
     EXPECT_FALSE(IsEnabled("pushButton_chartTilt"));
 }
 
+TEST_F(ChartInHand, IsTakenAwayBeforeTheLaserStarts)
+{
+    SendOneLine(m_device);
+    ASSERT_TRUE(QTest::qWaitFor([this] { return IsEnabled("pushButton_startEngraving"); }, 20'000));
+    Press("pushButton_chartLeft");
+    ASSERT_TRUE(m_device.GetState().chart);
+    Press("pushButton_startEngraving");
+    EXPECT_FALSE(m_device.GetState().chart);
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !m_panel.IsBusy(); }, 20'000));
+    EXPECT_FALSE(IsEnabled("pushButton_chartAway"));
+}
+
 TEST_F(ChartInHand, WhatTheOperatorScriptHoldsIsShown)
 {
     m_device.HoldChart({.side = Simulator::Side::Left, .nPose = 6});

@@ -93,7 +93,11 @@ void MachinePanel::Build()
     pLayout->setRowStretch(10, 1);
 
     connect(m_pPlace, &QPushButton::clicked, this, [this] { Run([this] { m_device.PlaceMaterial(); }); });
-    connect(m_pEngrave, &QPushButton::clicked, this, [this] { Run([this] { m_device.StartEngraving(); }); });
+    connect(m_pEngrave, &QPushButton::clicked, this, [this] {
+        // Nobody holds a chart in the laser's way.
+        m_device.TakeChartAway();
+        Run([this] { m_device.StartEngraving(); });
+    });
     connect(m_pScale, &QPushButton::clicked, this,
             [this] { Run([this] { m_device.EngraveLines(ScaleCrosses(m_device.WorkAreaMm())); }); });
     connect(m_pSwap, &QPushButton::clicked, this, [this] {
