@@ -185,7 +185,9 @@ void AutoDualCalibrateWdg::on_pushButton_RemoveCoord_clicked()
     if (m_listCoord.isEmpty()) {
         return;
     }
-    TakeNewestMarkBack(*ui->graphicsView, m_listCoord);
+    if (TakeNewestCrossBack(*ui->graphicsView)) {
+        m_listCoord.removeLast();
+    }
     RefreshCoordList();
 }
 

@@ -238,7 +238,9 @@ void HandEyeAdjustWdg::on_pushButton_RemoveCoord_clicked()
         // A pending cross stays then; this is meant.
         return;
     }
-    TakeNewestMarkBack(*ui->graphicsView, m_listCoord);
+    if (TakeNewestCrossBack(*ui->graphicsView)) {
+        m_listCoord.removeLast();
+    }
     RefreshCoordList();
 }
 

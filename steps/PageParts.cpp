@@ -127,13 +127,12 @@ bool IsOutside(QPointF point, QSize picture)
     return point.x() < 0 || point.y() < 0 || point.x() > picture.width() || point.y() > picture.height();
 }
 
-void TakeNewestMarkBack(DualGraphicsView& view, QList<QPointF>& marks)
+bool TakeNewestCrossBack(DualGraphicsView& view)
 {
-    if (!view.HasPendingCross()) {
-        marks.removeLast();
-    }
+    const bool bRecorded = !view.HasPendingCross();
     view.RemoveLastCross();
     view.RemoveHintPicture();
+    return bRecorded;
 }
 
 void ShowHint(DualGraphicsView& view, int nNumber, QPoint point)

@@ -67,9 +67,8 @@ inline constexpr int g_nCountdownStart = 5;
 /// Whether a click lies outside of a picture; its far edges still count as inside.
 bool IsOutside(QPointF point, QSize picture);
 
-/// Takes the cross back that was clicked last; where it was not recorded yet, `marks` stays. Without marks it is not
-/// to be called.
-void TakeNewestMarkBack(DualGraphicsView& view, QList<QPointF>& marks);
+/// Takes the cross back that was clicked last, with its hint. False where it was pending, not recorded yet.
+bool TakeNewestCrossBack(DualGraphicsView& view);
 
 /// Shows the hint picture number `nNumber`, counted from 1, with its lower left corner 5 px right of and above
 /// `point`, in place of the one before.
