@@ -18,26 +18,27 @@ namespace
 constexpr double kFingerMm = 400.0;
 constexpr double kDegree = std::numbers::pi / 180.0;
 
-double DistanceToStroke(const ChartFinger& finger, const cv::Point2d& p)
-{
-    const cv::Point2d along = finger.toMm - finger.fromMm;
-    const double t = std::clamp((p - finger.fromMm).dot(along) / std::max(along.dot(along), 1.0e-9), 0.0, 1.0);
-    const cv::Point2d off = p - (finger.fromMm + t * along);
-    return std::hypot(off.x, off.y) - finger.radiusMm;
-}
-
 /// For each pixel: `std::hypot` minds ranges that no chart has and takes several times as long.
 double Length(const cv::Point2d& p)
 {
     return std::sqrt(p.dot(p));
 }
 
+double DistanceToStroke(const ChartFinger& finger, const cv::Point2d& p)
+{
+    const cv::Point2d along = finger.toMm - finger.fromMm;
+    const double t = std::clamp((p - finger.fromMm).dot(along) / std::max(along.dot(along), 1.0e-9), 0.0, 1.0);
+    const cv::Point2d off = p - (finger.fromMm + t * along);
+    return Length(off) - finger.radiusMm;
+}
+
+/// Beyond it the share of a soft edge differs from 0 or 1 by less than a millionth.
+constexpr double kSoftSigmas = 5.0;
+
 /// Share of a soft edge inside, for a signed distance in pixels that grows outward.
 double InsideShare(double distancePx, double sigmaPx)
 {
-    // Beyond it a share differs from 0 or 1 by less than a millionth.
-    constexpr double kSigmas = 5.0;
-    if (std::abs(distancePx) > kSigmas * sigmaPx) {
+    if (std::abs(distancePx) > kSoftSigmas * sigmaPx) {
         return distancePx > 0.0 ? 0.0 : 1.0;
     }
     return 0.5 * std::erfc(distancePx / (std::numbers::sqrt2 * sigmaPx));
@@ -189,30 +190,41 @@ ChartPainter::ChartPainter(const CameraModel& model, const HeldChart& chart)
     m_chartFromSurface = cv::Matx33d(-eyeInChart[2], 0, eyeInChart[0], 0, -eyeInChart[2], eyeInChart[1], 0, 0, 1) * ray;
 }
 
-cv::Point2d ChartPainter::ChartFromSurface(const cv::Point2f& surface) const
+void ChartPainter::ChartFromSurface(const cv::Point2f* pSurface, std::vector<cv::Point2d>& row) const
 {
-    const cv::Vec3d p = m_chartFromSurface * cv::Vec3d(surface.x, surface.y, 1.0);
-    return {p[0] / p[2], p[1] / p[2]};
+    for (cv::Point2d& point : row) {
+        const cv::Vec3d p = m_chartFromSurface * cv::Vec3d(pSurface->x, pSurface->y, 1.0);
+        point = {p[0] / p[2], p[1] / p[2]};
+        ++pSurface;
+    }
 }
 
-ChartPainter::Cover ChartPainter::At(const cv::Point2f& surface, const cv::Point2f& right,
-                                     const cv::Point2f& below) const
+ChartPainter::Cover ChartPainter::At(const cv::Point2d& p, const cv::Point2d& right, const cv::Point2d& below) const
 {
-    const cv::Point2d p = ChartFromSurface(surface);
     const double aroundMm = m_chart.fingers.empty() ? 20.0 : kFingerMm;
     if (!(std::abs(p.x) < 0.5 * m_sheetMm.width + aroundMm && std::abs(p.y) < 0.5 * m_sheetMm.height + aroundMm)) {
         return {};
     }
-    const cv::Point2d across = ChartFromSurface(right) - p;
-    const cv::Point2d down = ChartFromSurface(below) - p;
+    const cv::Point2d across = right - p;
+    const cv::Point2d down = below - p;
     // Pixels per millimetre along a direction of the chart.
     const auto toPx = [&](const cv::Point2d& normal, double mm) {
         return mm / std::max(Length({across.dot(normal), down.dot(normal)}), 1.0e-9);
     };
+    // No edge is softer than this, whatever its direction: most pixels are clear of all of them.
+    const double softMm = 1.001 * kSoftSigmas * m_sigmaPx * std::sqrt(across.dot(across) + down.dot(down));
+    const auto insideShare = [&](const cv::Point2d& normal, double mm) {
+        return std::abs(mm) > softMm ? (mm > 0.0 ? 0.0 : 1.0) : InsideShare(toPx(normal, mm), m_sigmaPx);
+    };
+    const double outXMm = std::abs(p.x) - 0.5 * m_sheetMm.width;
+    const double outYMm = std::abs(p.y) - 0.5 * m_sheetMm.height;
+    const bool bOutside = outXMm > softMm || outYMm > softMm;
+    if (bOutside && std::none_of(m_chart.fingers.begin(), m_chart.fingers.end(),
+                                 [&](const ChartFinger& finger) { return DistanceToStroke(finger, p) <= softMm; })) {
+        return {};
+    }
     Cover cover;
-    const double outX = toPx({1.0, 0.0}, std::abs(p.x) - 0.5 * m_sheetMm.width);
-    const double outY = toPx({0.0, 1.0}, std::abs(p.y) - 0.5 * m_sheetMm.height);
-    double share = InsideShare(std::max(outX, outY), m_sigmaPx);
+    double share = bOutside ? 0.0 : std::min(insideShare({1.0, 0.0}, outXMm), insideShare({0.0, 1.0}, outYMm));
 
     const ChartLayout& layout = m_chart.layout;
     const int nCol = std::clamp(cvRound(p.x / layout.pitchMm + 0.5 * (layout.nCols - 1)), 0, layout.nCols - 1);
@@ -220,7 +232,7 @@ ChartPainter::Cover ChartPainter::At(const cv::Point2f& surface, const cv::Point
     const cv::Point2d off = p - layout.DiscMm(nCol, nRow);
     const double distance = Length(off);
     const cv::Point2d normal = distance > 0.0 ? off / distance : cv::Point2d(1.0, 0.0);
-    const double ink = InsideShare(toPx(normal, distance - 0.5 * layout.discDiameterMm), m_sigmaPx);
+    const double ink = insideShare(normal, distance - 0.5 * layout.discDiameterMm);
     const double light = std::max(0.1, 1.0 + m_chart.lightSlopePerMm.dot(p));
     double level = light * (m_chart.paperLevel + ink * (m_chart.inkLevel - m_chart.paperLevel));
     if (m_chart.glare.level > 0.0) {
@@ -230,13 +242,14 @@ ChartPainter::Cover ChartPainter::At(const cv::Point2f& surface, const cv::Point
     cv::Vec3d colour(level, level, level);
     for (const ChartFinger& finger : m_chart.fingers) {
         const double mm = DistanceToStroke(finger, p);
-        const double skin = InsideShare(toPx({std::numbers::sqrt2 / 2.0, std::numbers::sqrt2 / 2.0}, mm), m_sigmaPx);
+        const double skin = insideShare({std::numbers::sqrt2 / 2.0, std::numbers::sqrt2 / 2.0}, mm);
+        if (skin <= 0.0) {
+            continue;
+        }
         const double shade = std::clamp(-mm / finger.radiusMm, 0.2, 1.0);
         const cv::Vec3d skinColour = cv::Vec3d(95.0, 120.0, 175.0) * (0.5 + 0.5 * shade);
         const double both = skin + (1.0 - skin) * share;
-        if (both > 0.0) {
-            colour = (skin * skinColour + (1.0 - skin) * share * colour) / both;
-        }
+        colour = (skin * skinColour + (1.0 - skin) * share * colour) / both;
         share = both;
     }
     cover.share = static_cast<float>(share);

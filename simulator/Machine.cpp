@@ -58,6 +58,28 @@ private:
     float m_halfDiagonal;
 };
 
+/// A row at a time, so that the processor takes several values at once: a live camera delivers full pictures all the
+/// time.
+/// @param noise  standard normal
+/// @param sigma  room to work in
+void AddNoise(const std::vector<cv::Vec3f>& levels, const std::vector<cv::Vec3f>& noise, cv::Mat& sigma,
+              uchar* pPicture)
+{
+    const std::size_t nValues = 3U * levels.size();
+    const float* const pLevel = levels.front().val;
+    const float* const pNoise = noise.front().val;
+    sigma.create(1, static_cast<int>(nValues), CV_32FC1);
+    float* const pSigma = sigma.ptr<float>();
+    for (std::size_t i = 0; i < nValues; ++i) {
+        pSigma[i] = kReadVariance + kShotVariancePerLevel * pLevel[i];
+    }
+    cv::sqrt(sigma, sigma);
+    for (std::size_t i = 0; i < nValues; ++i) {
+        const float noisy = pLevel[i] + pSigma[i] * pNoise[i] + 0.5f;
+        pPicture[i] = static_cast<std::uint8_t>(static_cast<int>(std::min(std::max(noisy, 0.0f), 255.0f)));
+    }
+}
+
 } // namespace
 
 std::vector<cv::Point2d> CrossGrid::PointsMm() const
@@ -244,43 +266,54 @@ cv::Mat Machine::Snap(Side side)
     const Material material(Mix(m_pImpl->nSeed, m_pImpl->nSheets), BedOf(m_pImpl->kind));
     const std::uint64_t nFrame = Mix(camera.nNoiseSeed, camera.nSnaps++);
     const float lamp = m_pImpl->lamp;
-    NormalFrom12Bits(0); // builds its table before the threads start
+    const float* const pNormal = NormalTable();
     const std::optional<ChartPainter> painter =
         m_pImpl->chart ? std::make_optional<ChartPainter>(camera.model, *m_pImpl->chart) : std::nullopt;
     const ShadeOfLens shadeOfLens(camera);
     cv::Mat picture(camera.clean.size(), CV_8UC3);
     cv::parallel_for_(cv::Range(0, picture.rows), [&](const cv::Range& rows) {
+        const auto nCols = static_cast<std::size_t>(picture.cols);
+        std::vector<cv::Point2d> onChart(painter ? nCols : 0U);
+        std::vector<cv::Point2d> onChartBelow(onChart.size());
+        std::vector<cv::Vec3f> levels(nCols);
+        std::vector<cv::Vec3f> noise(nCols);
+        cv::Mat sigma;
         for (int y = rows.start; y < rows.end; ++y) {
             const auto* pClean = camera.clean.ptr<cv::Vec3w>(y);
             const auto* pCoverage = camera.coverage.empty() ? nullptr : camera.coverage.ptr<std::uint16_t>(y);
             const auto* pSurface = camera.surfaceMm.ptr<cv::Point2f>(y);
-            const auto* pBelow = camera.surfaceMm.ptr<cv::Point2f>(y + 1 < picture.rows ? y + 1 : y - 1);
-            auto* pPicture = picture.ptr<cv::Vec3b>(y);
+            if (painter) {
+                std::swap(onChart, onChartBelow);
+                if (y == rows.start) {
+                    painter->ChartFromSurface(pSurface, onChart);
+                }
+                painter->ChartFromSurface(camera.surfaceMm.ptr<cv::Point2f>(y + 1 < picture.rows ? y + 1 : y - 1),
+                                          onChartBelow);
+            }
             const std::uint64_t nRow = static_cast<std::uint64_t>(y) * static_cast<std::uint64_t>(picture.cols);
-            for (int x = 0; x < picture.cols; ++x) {
+            for (std::size_t x = 0; x < nCols; ++x) {
                 float light = 1.0f;
                 if (pCoverage != nullptr && pCoverage[x] != 0) {
                     light -= (1.0f - material.CharAt(pSurface[x])) * static_cast<float>(pCoverage[x]) / 65535.0f;
                 }
                 cv::Vec3f clean(pClean[x]);
                 if (painter) {
-                    const int nNext = x + 1 < picture.cols ? x + 1 : x - 1;
-                    const ChartPainter::Cover cover = painter->At(pSurface[x], pSurface[nNext], pBelow[x]);
+                    const std::size_t nNext = x + 1 < nCols ? x + 1 : x - 1;
+                    const ChartPainter::Cover cover = painter->At(onChart[x], onChart[nNext], onChartBelow[x]);
                     if (cover.share > 0.0f) {
                         clean *= light;
                         light = 1.0f;
-                        const float shade = shadeOfLens.At(x, y) * kCleanUnits;
+                        const float shade = shadeOfLens.At(static_cast<int>(x), y) * kCleanUnits;
                         clean += cover.share * (cover.colour.mul(camera.gain) * shade - clean);
                     }
                 }
-                std::uint64_t nBits = Mix(nFrame + nRow + static_cast<std::uint64_t>(x));
+                std::uint64_t nBits = Mix(nFrame + nRow + x);
                 for (int i = 0; i < 3; ++i, nBits >>= 16) {
-                    const float level = lamp * (light * clean[i] / kCleanUnits);
-                    const float sigma = std::sqrt(kReadVariance + kShotVariancePerLevel * level);
-                    const float noisy = level + sigma * NormalFrom12Bits(static_cast<unsigned>(nBits));
-                    pPicture[x][i] = static_cast<std::uint8_t>(std::clamp(noisy + 0.5f, 0.0f, 255.0f));
+                    levels[x][i] = lamp * (light * clean[i] / kCleanUnits);
+                    noise[x][i] = pNormal[nBits & 4095u];
                 }
             }
+            AddNoise(levels, noise, sigma, picture.ptr(y));
         }
     });
     return picture;

@@ -61,7 +61,7 @@ float ValueNoise(std::uint32_t nSeed, float x, float y)
     return top + (bottom - top) * sv;
 }
 
-float NormalFrom12Bits(unsigned nBits)
+const float* NormalTable()
 {
     static const std::array<float, 4096> table = [] {
         std::array<float, 4096> values{};
@@ -70,7 +70,7 @@ float NormalFrom12Bits(unsigned nBits)
         }
         return values;
     }();
-    return table[nBits & 4095u];
+    return table.data();
 }
 
 } // namespace Simulator

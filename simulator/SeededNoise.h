@@ -46,7 +46,7 @@ private:
 /// Smooth noise over the plane, in [-1, 1], one bump per unit.
 float ValueNoise(std::uint32_t nSeed, float x, float y);
 
-/// Standard normal number for 12 random bits, cut off at 3.7.
-float NormalFrom12Bits(unsigned nBits);
+/// 4096 standard normal numbers, one for each value of 12 random bits; cut off at 3.7.
+const float* NormalTable();
 
 } // namespace Simulator
