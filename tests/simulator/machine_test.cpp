@@ -6,6 +6,8 @@
 #include <opencv2/imgproc.hpp>
 
 #include <cmath>
+#include <map>
+#include <utility>
 
 using namespace Simulator;
 
@@ -47,6 +49,20 @@ cv::Point2d Centroid(const cv::Mat& weights, const cv::Rect& window)
     return {sumX / sum, sumY / sum};
 }
 
+constexpr std::uint64_t kSeed = 21;
+
+/// The first picture of a machine of `kSeed` with nothing engraved: of the texture, and all but of the noise, of the
+/// first picture of any machine of this seed.
+const cv::Mat& Clean(Machine::Kind kind, Side side)
+{
+    static std::map<std::pair<Machine::Kind, Side>, cv::Mat> pictures;
+    cv::Mat& picture = pictures[{kind, side}];
+    if (picture.empty()) {
+        picture = Machine(kind, kSeed).Snap(side);
+    }
+    return picture;
+}
+
 cv::Rect WindowAbout(const cv::Point2d& pixel, int nHalf)
 {
     return {cvRound(pixel.x) - nHalf, cvRound(pixel.y) - nHalf, 2 * nHalf + 1, 2 * nHalf + 1};
@@ -65,40 +81,28 @@ TEST(CrossGrid, PointsRunRowAfterRow)
     EXPECT_TRUE(CrossGrid().PointsMm().empty());
 }
 
-TEST(Machine, TheSameSeedGivesTheSamePictureBitForBit)
+TEST(Machine, TheSameSeedGivesTheSamePictureBitForBitOnAnyNumberOfThreads)
 {
+    const int nThreads = cv::getNumThreads();
     Machine a(Machine::Kind::Automatic, 7), b(Machine::Kind::Automatic, 7);
     a.EngraveCrossGrid();
     b.EngraveCrossGrid();
-    for (const Side side : {Side::Left, Side::Right}) {
-        const cv::Mat picture = a.Snap(side);
-        EXPECT_EQ(picture.size(), cv::Size(2592, 1944));
-        EXPECT_EQ(picture.type(), CV_8UC3);
-        EXPECT_TRUE(Same(picture, b.Snap(side)));
-        EXPECT_FALSE(Same(picture, a.Snap(side))) << "noise must differ from snap to snap";
-    }
+    cv::setNumThreads(1);
+    const cv::Mat picture = a.Snap(Side::Right);
+    cv::setNumThreads(4);
+    EXPECT_EQ(picture.size(), cv::Size(2592, 1944));
+    EXPECT_EQ(picture.type(), CV_8UC3);
+    EXPECT_TRUE(Same(picture, b.Snap(Side::Right)));
+    EXPECT_FALSE(Same(picture, a.Snap(Side::Right))) << "noise must differ from snap to snap";
+    cv::setNumThreads(nThreads);
 }
 
 TEST(Machine, AnotherSeedGivesAnotherPicture)
 {
-    Machine a(Machine::Kind::Automatic, 7), b(Machine::Kind::Automatic, 8);
+    Machine other(Machine::Kind::Automatic, 8);
     cv::Mat difference;
-    cv::absdiff(a.Snap(Side::Left), b.Snap(Side::Left), difference);
+    cv::absdiff(Clean(Machine::Kind::Automatic, Side::Right), other.Snap(Side::Right), difference);
     EXPECT_GT(cv::mean(difference)[1], 2.0);
-}
-
-TEST(Machine, ThePictureDoesNotDependOnTheNumberOfThreads)
-{
-    const int nThreads = cv::getNumThreads();
-    cv::Mat one, many;
-    for (const int n : {1, 4}) {
-        cv::setNumThreads(n);
-        Machine machine(Machine::Kind::Automatic, 9);
-        machine.EngraveCrossGrid();
-        (n == 1 ? one : many) = machine.Snap(Side::Right);
-    }
-    cv::setNumThreads(nThreads);
-    EXPECT_TRUE(Same(one, many));
 }
 
 TEST(Machine, FreshMaterialHasNoEngraving)
@@ -115,7 +119,7 @@ TEST(Machine, FreshMaterialHasNoEngraving)
 
 TEST(Machine, TheSheetIsBrightAndTheFrameIsDark)
 {
-    for (const std::uint64_t nSeed : {1u, 2u, 3u}) {
+    for (const std::uint64_t nSeed : {1u, 2u}) {
         Machine machine(Machine::Kind::Automatic, nSeed);
         const Truth truth(machine);
         const cv::Mat picture = machine.Snap(Side::Right);
@@ -133,12 +137,11 @@ TEST(Machine, TheSheetIsBrightAndTheFrameIsDark)
 TEST(Machine, AnEngravedLineLiesWhereTheTruthSaysIt)
 {
     for (const Machine::Kind kind : {Machine::Kind::Automatic, Machine::Kind::Manual}) {
-        // Seeds and counts being equal, the two pictures have the same texture and all but the same noise.
-        Machine clean(kind, 21), engraved(kind, 21);
-        const cv::Size2d bed = clean.WorkAreaMm();
+        Machine engraved(kind, kSeed);
+        const cv::Size2d bed = engraved.WorkAreaMm();
         const double xMm = 0.9 * bed.width, yMm = 0.12 * bed.height;
         engraved.EngraveLines({{{xMm, yMm - 20.0}, {xMm, yMm + 20.0}}});
-        const cv::Mat dark = Darkening(clean.Snap(Side::Right), engraved.Snap(Side::Right));
+        const cv::Mat dark = Darkening(Clean(kind, Side::Right), engraved.Snap(Side::Right));
         const Truth truth(engraved);
         double error = 0.0, weight = 0.0;
         for (double t = -15.0; t <= 15.0; t += 0.25) {
@@ -168,7 +171,7 @@ TEST(Machine, AnEngravedLineLiesWhereTheTruthSaysIt)
 
 TEST(Machine, ADotLiesWhereTheTruthSaysIt)
 {
-    Machine clean(Machine::Kind::Automatic, 22), engraved(Machine::Kind::Automatic, 22);
+    Machine engraved(Machine::Kind::Automatic, kSeed);
     std::vector<EngravedDot> dots;
     for (double y = 15.0; y < 900.0; y += 145.0) {
         for (double x = 15.0; x < 1300.0; x += 141.0) {
@@ -178,7 +181,7 @@ TEST(Machine, ADotLiesWhereTheTruthSaysIt)
     engraved.EngraveDots(dots);
     const Truth truth(engraved);
     for (const Side side : {Side::Left, Side::Right}) {
-        const cv::Mat dark = Darkening(clean.Snap(side), engraved.Snap(side));
+        const cv::Mat dark = Darkening(Clean(Machine::Kind::Automatic, side), engraved.Snap(side));
         int nSeen = 0;
         double worst = 0.0;
         for (const EngravedDot& dot : dots) {
@@ -198,12 +201,12 @@ TEST(Machine, ADotLiesWhereTheTruthSaysIt)
 
 TEST(Machine, EveryCrossOfTheGridIsEngraved)
 {
-    Machine clean(Machine::Kind::Automatic, 23), engraved(Machine::Kind::Automatic, 23);
+    Machine engraved(Machine::Kind::Automatic, kSeed);
     engraved.EngraveCrossGrid();
     const Truth truth(engraved);
     const CrossGrid grid = engraved.Grid();
-    const cv::Mat left = Darkening(clean.Snap(Side::Left), engraved.Snap(Side::Left));
-    const cv::Mat right = Darkening(clean.Snap(Side::Right), engraved.Snap(Side::Right));
+    const cv::Mat left = Darkening(Clean(Machine::Kind::Automatic, Side::Left), engraved.Snap(Side::Left));
+    const cv::Mat right = Darkening(Clean(Machine::Kind::Automatic, Side::Right), engraved.Snap(Side::Right));
     const std::vector<cv::Point2d> points = grid.PointsMm();
     for (std::size_t i = 0; i < points.size(); ++i) {
         const int nCol = static_cast<int>(i) % grid.nCol;
@@ -226,20 +229,20 @@ TEST(Machine, EveryCrossOfTheGridIsEngraved)
 
 TEST(Machine, StrokesThatAreNoneOrOffTheBedChangeNothing)
 {
-    Machine clean(Machine::Kind::Automatic, 24), engraved(Machine::Kind::Automatic, 24);
+    Machine engraved(Machine::Kind::Automatic, kSeed);
     const double nan = std::nan("");
     engraved.EngraveLines(
         {{{nan, 5}, {10, 10}}, {{5, 5}, {INFINITY, 5}}, {{-50, -50}, {-10, -60}}, {{-1e300, -1e300}, {-1e299, 1e300}}});
     engraved.EngraveDots({{{nan, 5}, 1.0}, {{500, 500}, nan}, {{500, 500}, -1.0}, {{500, 500}, 1e9}, {{-5, 50}, 1.0}});
-    EXPECT_TRUE(Same(clean.Snap(Side::Left), engraved.Snap(Side::Left)));
+    EXPECT_TRUE(Same(Clean(Machine::Kind::Automatic, Side::Left), engraved.Snap(Side::Left)));
 }
 
 TEST(Machine, AStrokeBeyondTheBedIsCutAtItsEdge)
 {
-    Machine clean(Machine::Kind::Automatic, 25), engraved(Machine::Kind::Automatic, 25);
+    Machine engraved(Machine::Kind::Automatic, kSeed);
     engraved.EngraveLines({{{-1e7, 450}, {1e7, 450}}});
     const Truth truth(engraved);
-    const cv::Mat dark = Darkening(clean.Snap(Side::Right), engraved.Snap(Side::Right));
+    const cv::Mat dark = Darkening(Clean(Machine::Kind::Automatic, Side::Right), engraved.Snap(Side::Right));
     const auto darkness = [&](const cv::Point2d& mm) {
         return cv::mean(dark(WindowAbout(*truth.PixelFromMachine(Side::Right, mm), 1)))[0];
     };
