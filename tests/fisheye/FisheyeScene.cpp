@@ -88,7 +88,8 @@ cv::Point2d Camera::PixelFromMachine(const cv::Point2d& machineMm) const
 bool Camera::MachineFromPixel(const cv::Point2d& pixel, cv::Point2d& machineMm) const
 {
     cv::Point2d straight = pixel;
-    for (int i = 0; extraBendPx > 0.0 && i < 6; ++i) {
+    // The bend changes by a thousandth of a pixel from one pixel to the next.
+    for (int i = 0; extraBendPx > 0.0 && i < 3; ++i) {
         straight = pixel - ExtraBend(*this, straight);
     }
     const auto surface = model.SurfaceFromPixel(straight);
