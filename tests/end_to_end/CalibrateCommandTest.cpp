@@ -51,29 +51,39 @@ protected:
 
 } // namespace
 
-TEST_F(CalibrateCommand, ARunThatIsKilledAtEveryStepIsResumedEachTimeAndEndsRight)
+TEST_F(CalibrateCommand, ARunWithAScriptThatIsKilledAtEveryStepEndsRightAndAFailedOneAfterItLeavesItsRecords)
 {
-    for (const char* pStep : {"Choosing the work area", "Engraving the pattern", "Taking the left picture", "Clicking",
-                              "Calibrating the left camera", "Taking the right picture", "Clicking",
-                              "Calibrating the right camera", "Stitching"}) {
-        ASSERT_TRUE(KillAt(pStep));
+    const Machine machine(Machine::Kind::Automatic, 5);
+    Workbench::OperatorScript script = Workbench::SimulatedOperator(machine, {.sigmaPx = 2.0, .nSeed = 99});
+    const QStringList listScript{"--script", WriteClicks(script)};
+    // The machine is the first run's; those after it go on with it.
+    ASSERT_TRUE(KillAt("Choosing the work area", listScript + QStringList{"--seed", "5"}));
+    for (const char* pStep :
+         {"Engraving the pattern", "Taking the left picture", "Clicking", "Calibrating the left camera",
+          "Taking the right picture", "Clicking", "Calibrating the right camera", "Stitching"}) {
+        ASSERT_TRUE(KillAt(pStep, listScript));
     }
-    const WorkbenchRun run = Run();
-    EXPECT_EQ(run.nExitCode, 0) << qPrintable(run.strOutput) << qPrintable(run.strError);
+    const WorkbenchRun run = Run(listScript);
+    ASSERT_EQ(run.nExitCode, 0) << qPrintable(run.strOutput) << qPrintable(run.strError);
     // What was done before the last of them is not done again.
     for (const char* pStep : {"Choosing the work area", "Engraving the pattern", "Calibrating the left camera"}) {
         EXPECT_FALSE(run.strOutput.contains(pStep)) << pStep << ": " << qPrintable(run.strOutput);
     }
+    EXPECT_EQ(Report()["seed"].toInt(), 5);
     ExpectMeasuresKept();
-}
 
-TEST_F(CalibrateCommand, TakesTheClicksOfAScript)
-{
-    const Machine machine(Machine::Kind::Automatic, 5);
-    const QString strScript = WriteClicks(Workbench::SimulatedOperator(machine, {.sigmaPx = 2.0, .nSeed = 99}));
-    const WorkbenchRun run = Run({"--seed", "5", "--script", strScript});
-    EXPECT_EQ(run.nExitCode, 0) << qPrintable(run.strOutput) << qPrintable(run.strError);
-    ExpectMeasuresKept();
+    const QString strRecord = Path("data/Quillboost/Resources/Vision/calib/Camera_Two/Result/L_AutoDualCalibrate.xml");
+    QFile record(strRecord);
+    ASSERT_TRUE(record.open(QIODevice::ReadOnly));
+    const QByteArray before = record.readAll();
+    record.close();
+    script.left[3] = script.left[4];
+    const WorkbenchRun bad = Run({"--script", WriteClicks(script)});
+    EXPECT_EQ(bad.nExitCode, 1) << qPrintable(bad.strOutput);
+    EXPECT_TRUE(bad.strError.startsWith("The machine could not be calibrated. The wizard said: "))
+        << qPrintable(bad.strError);
+    ASSERT_TRUE(record.open(QIODevice::ReadOnly));
+    EXPECT_EQ(record.readAll(), before);
 }
 
 TEST_F(CalibrateCommand, PicturesOnFileAreCalibratedWithClicksFromAFile)
@@ -106,25 +116,4 @@ TEST_F(CalibrateCommand, PicturesOnFileAreCalibratedWithClicksFromAFile)
         const double dBeside = cv::mean(area(cv::Rect(centre.x + 12, centre.y - 40, 12, 30)))[0];
         EXPECT_LT(dCross, dBeside - 15.0) << "the upright arm of the cross at " << mm;
     }
-}
-
-TEST_F(CalibrateCommand, ACalibrationThatFailsLeavesTheOneOfBefore)
-{
-    const WorkbenchRun good = Run();
-    ASSERT_EQ(good.nExitCode, 0) << qPrintable(good.strError);
-    const QString strRecord = Path("data/Quillboost/Resources/Vision/calib/Camera_Two/Result/L_AutoDualCalibrate.xml");
-    QFile record(strRecord);
-    ASSERT_TRUE(record.open(QIODevice::ReadOnly));
-    const QByteArray before = record.readAll();
-    record.close();
-
-    const Machine machine(Machine::Kind::Automatic, 1);
-    Workbench::OperatorScript script = Workbench::SimulatedOperator(machine, {});
-    script.left[3] = script.left[4];
-    const WorkbenchRun bad = Run({"--script", WriteClicks(script)});
-    EXPECT_EQ(bad.nExitCode, 1) << qPrintable(bad.strOutput);
-    EXPECT_TRUE(bad.strError.startsWith("The machine could not be calibrated. The wizard said: "))
-        << qPrintable(bad.strError);
-    ASSERT_TRUE(record.open(QIODevice::ReadOnly));
-    EXPECT_EQ(record.readAll(), before);
 }

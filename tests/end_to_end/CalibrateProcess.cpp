@@ -18,13 +18,13 @@ QStringList CalibrateProcess::Words(const QStringList& more) const
     return QStringList{"calibrate", "--flow", m_strFlow, "--data", Path("data"), "--out", Path("out")} + more;
 }
 
-bool CalibrateProcess::KillAt(const QString& strWord) const
+bool CalibrateProcess::KillAt(const QString& strWord, const QStringList& more) const
 {
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert("HOME", m_folder.path());
     process.setProcessEnvironment(environment);
-    process.start(WorkbenchFile(), Words());
+    process.start(WorkbenchFile(), Words(more));
     QElapsedTimer clock;
     clock.start();
     QByteArray output;

@@ -23,7 +23,7 @@ protected:
     QStringList Words(const QStringList& more = {}) const;
     WorkbenchRun Run(const QStringList& more = {}) const { return RunWorkbench(Words(more), m_folder.path()); }
     /// Starts the command and kills it at this word. False, and a failure of the test, when it ended before.
-    bool KillAt(const QString& strWord) const;
+    bool KillAt(const QString& strWord, const QStringList& more = {}) const;
 
     /// Empty while there is none.
     QJsonObject Report() const;

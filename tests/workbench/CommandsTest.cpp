@@ -8,7 +8,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QProcess>
 #include <QTemporaryDir>
 
 #include <sys/stat.h>
@@ -302,20 +301,6 @@ TEST_F(Commands, WhatTheUserHasNoRightsToIsNamed)
     ASSERT_TRUE(QFile::setPermissions(Path("secret.png"), {}));
     ExpectFailure(Run(PictureWords("secret.png", "right.bmp", Path("c.png"))), g_nFailed,
                   "secret.png may not be read by this user");
-}
-
-TEST_F(Commands, TwoDemonstrationsAtOnceDoNotMixTheirFiles)
-{
-    QProcess other;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("HOME", m_own.path());
-    environment.remove("XDG_STATE_HOME");
-    other.setProcessEnvironment(environment);
-    other.start(WorkbenchFile(), {"demo", "--out", m_own.filePath("out"), "--seed", "2"});
-    const WorkbenchRun run = Run({"demo", "--out", m_own.filePath("out"), "--seed", "1"});
-    EXPECT_EQ(run.nExitCode, 0) << qPrintable(run.strError);
-    ASSERT_TRUE(other.waitForFinished(280'000));
-    EXPECT_EQ(other.exitCode(), 0) << other.readAllStandardError().constData();
 }
 
 TEST_F(Commands, AMissingFileOfTheCalibrationIsNamed)
