@@ -87,6 +87,8 @@ TEST_F(LensCamera, NoCameraIsStartedWhereNoneIsAssigned)
         Press(*m_pPage, "snap");
         EXPECT_TRUE(IsOpen("snap"));
         EXPECT_THAT(m_answers.Notices(), IsEmpty());
+        EXPECT_TRUE(Logged(1, "[CalibrateWdg::on_pushButton_snap_clicked]Start"));
+        Doubles::The().logLines.clear();
         m_pPage.reset();
     }
 }
@@ -155,6 +157,8 @@ TEST_F(LensCamera, AReconnectionThatFindsNoCameraEndsThePress)
     EXPECT_TRUE(IsOpen("snap"));
     EXPECT_FALSE(QFile::exists(Picture("L", 1)));
     EXPECT_EQ(CommandsButSnaps().back(), g_pClose);
+    EXPECT_TRUE(Logged(1, "[CalibrateWdg::on_pushButton_snap_clicked]ReConnectCamera"));
+    EXPECT_FALSE(Doubles::The().Logged(1, "[CalibrateWdg::on_pushButton_snap_clicked]SaveOnePic Start"));
 }
 
 TEST_F(LensCamera, AWantedNameThatCannotBeLookedForIsNotFound)
@@ -232,6 +236,32 @@ TEST_F(LensCamera, ReconnectingInTheRightStepWorksOnTheLeftCamera)
     // The left step wants another one than that, and opens it anew.
     Press(*m_pPage, "backPic");
     WaitUntil([this] { return Times(g_pOpenLeft) == 3; });
+}
+
+TEST_F(LensCamera, TheCameraThatStartsOpensThePhotoButton)
+{
+    MakeStreaming();
+    ShootUpTo(9);
+    Press(*m_pPage, "rectify");
+    Button(*m_pPage, "snap").setEnabled(false);
+    WaitForOpen("[1] Camera-Right");
+    WaitForStream();
+    EXPECT_TRUE(IsOpen("snap"));
+}
+
+TEST_F(LensCamera, AReconnectedCameraIsNotTheOneThatTheStepHasStarted)
+{
+    MakeStreaming();
+    m_pPage->hide();
+    QTest::qWait(50);
+    Camera().AnswerNext("OpenCamera", {1});
+    m_pPage->show();
+    Shoot();
+    EXPECT_EQ(Times(g_pOpenLeft), 3);
+    // Since the first stream ended the page knows of none, so the step starts its own.
+    QShowEvent show;
+    QCoreApplication::sendEvent(m_pPage.get(), &show);
+    WaitUntil([this] { return Times(g_pOpenLeft) == 4; });
 }
 
 TEST_F(LensCamera, AnotherShowOfTheStepLeavesItsCameraAlone)

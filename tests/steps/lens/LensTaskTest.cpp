@@ -76,6 +76,21 @@ TEST_F(LensTask, AnyOtherTypeCalibratesEachCameraFromItsFolder)
     EXPECT_EQ(Param(Output("CameraParam.ini"), "CAMERA_TYPE"), "1");
 }
 
+TEST_F(LensTask, EachCameraStoresWhereItEnded)
+{
+    WriteProgress("PROGRESS=1\nSTEPINDEX=1\nLASTPICINDEXLEFT=10\nLASTPICINDEXRIGHT=12\n");
+    MakeStreaming();
+    Press(*m_pPage, "rectify");
+    EXPECT_EQ(Progress("LASTPICINDEXLEFT"), "10");
+    EXPECT_EQ(Progress("LASTPICINDEXRIGHT"), "1") << "the right camera begins anew";
+    WaitForOpen("[1] Camera-Right");
+    WaitForStream();
+    ShootUpTo(11);
+    Press(*m_pPage, "rectify");
+    EXPECT_EQ(Progress("LASTPICINDEXLEFT"), "10");
+    EXPECT_EQ(Progress("LASTPICINDEXRIGHT"), "11");
+}
+
 TEST_F(LensTask, TheLensFilesAreWordedPartByPart)
 {
     auto& wordings = Doubles::The().wordings;
