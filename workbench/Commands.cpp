@@ -37,6 +37,7 @@ int RunPicture(const CommandLine& line)
                           .arg(DepthOf(left), DepthOf(right)));
     }
     RequireCalibration(CalibrationUse::Pictures);
+    RequireSizesOfCalibration({left.cols, left.rows}, {right.cols, right.rows});
     const QSize sizeMm = line.sizeMm.isValid() ? line.sizeMm : StoredWorkAreaMm();
     const FolderLock lock(DataRoot());
 

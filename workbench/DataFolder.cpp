@@ -11,6 +11,8 @@
 #include <QSettings>
 #include <QStandardPaths>
 
+#include <cmath>
+
 namespace Workbench
 {
 
@@ -88,6 +90,26 @@ void RequireAutomaticFlags(const QString& strResult)
     }
 }
 
+/// The records of the manual flow name no picture size. A lens looks at about the middle of its picture, though.
+void RequireLensInTheMiddle(const QString& strFile, QSize sizePx, const QString& strWhich)
+{
+    cv::Mat matrix;
+    cv::Mat distortion;
+    double dError = 0.0;
+    if (!Korvane::CameraCalibration::LoadCameraParameters(strFile.toLocal8Bit().toStdString(), matrix, distortion,
+                                                          dError)) {
+        return;
+    }
+    matrix.convertTo(matrix, CV_64F);
+    const double dX = matrix.at<double>(0, 2) / sizePx.width();
+    const double dY = matrix.at<double>(1, 2) / sizePx.height();
+    // Asked so that what is no number fails too.
+    if (!(std::abs(dX - 0.5) <= 0.25 && std::abs(dY - 0.5) <= 0.25)) {
+        throw Failure("The %1 picture of %2 x %3 px has another size than those of the calibration in %4.",
+                      {strWhich, QString::number(sizePx.width()), QString::number(sizePx.height()), DataRoot()});
+    }
+}
+
 } // namespace
 
 void UseDataFolder(const QString& strFolder)
@@ -143,6 +165,15 @@ void RequireCalibration(CalibrationUse use)
     if (bAutomatic && use == CalibrationUse::Pictures) {
         RequireAutomaticFlags(strResult);
         RequireScratchFiles(DataRoot() + "/Vision/calib/Camera_Two");
+    }
+}
+
+void RequireSizesOfCalibration(QSize leftPx, QSize rightPx)
+{
+    const QString strResult = DataRoot() + "/Vision/calib/Camera_Two/Result/";
+    if (!IsAutomatic(strResult + "AutoDualCalibrate_stitch.xml")) {
+        RequireLensInTheMiddle(strResult + "cameraL_calibrateMap.xml", leftPx, "left");
+        RequireLensInTheMiddle(strResult + "cameraR_calibrateMap.xml", rightPx, "right");
     }
 }
 

@@ -18,6 +18,9 @@ enum class CalibrationUse { Points, Pictures };
 /// of its records cannot be read, or where pictures on their way through the pipeline cannot be written. The plug-in
 /// itself converts points without telling.
 void RequireCalibration(CalibrationUse use);
+/// Throws `Failure` where the lenses of a manual calibration are plainly those of pictures of another size, pixels; its
+/// pipeline makes a picture of any. The automatic flow's refuses them itself.
+void RequireSizesOfCalibration(QSize leftPx, QSize rightPx);
 /// Work area that the machine's settings name, millimetres; 1300 x 900 where they name none. Throws `Failure` for a
 /// size that no machine has.
 QSize StoredWorkAreaMm();

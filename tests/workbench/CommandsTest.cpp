@@ -1,6 +1,7 @@
 // The commands as a person runs them: exit codes, and one sentence for each failure.
 
 #include "CalibratedMachine.h"
+#include "KorvaneVision.h"
 #include "WorkbenchProcess.h"
 
 #include <gtest/gtest.h>
@@ -169,6 +170,25 @@ TEST_F(Commands, PicturesOfAnotherSizeAreRefused)
     ExpectFailure(Run(PictureWords("small.png", "small.png", Path("c.png"))), g_nFailed, "do not fit");
     ExpectFailure(Run(PictureWords("left.bmp", "small.png", Path("c.png"))), g_nFailed,
                   "left 2592 x 1944 px, right 640 x 480 px");
+}
+
+TEST_F(Commands, PicturesOfAnotherSizeAreRefusedByAManualCalibrationToo)
+{
+    const QString strResult = m_own.path() + "/Quillboost/Resources/Vision/calib/Camera_Two/Result/";
+    ASSERT_TRUE(QDir().mkpath(strResult));
+    const cv::Mat camera = (cv::Mat_<double>(3, 3) << 2190.0, 0.0, 1310.0, 0.0, 2190.0, 950.0, 0.0, 0.0, 1.0);
+    for (const char* pName : {"cameraL_calibrateMap.xml", "cameraR_calibrateMap.xml"}) {
+        ASSERT_TRUE(Korvane::CameraCalibration::SaveCameraParameters((strResult + pName).toStdString(), camera,
+                                                                     cv::Mat::zeros(1, 5, CV_64F), 0.1));
+    }
+    for (const char* pName : {"mapImgR2L.xml", "DualCamera_pix2mm.xml"}) {
+        ASSERT_TRUE(
+            Korvane::CameraCalibration::SaveHomography((strResult + pName).toStdString(), cv::Mat::eye(3, 3, CV_64F)));
+    }
+    QStringList listWords = PictureWords("left.bmp", "small.png", Path("c.png"));
+    listWords.last() = m_own.path();
+    ExpectFailure(Run(listWords), g_nFailed, "The right picture of 640 x 480 px has another size");
+    EXPECT_FALSE(QFile::exists(Path("c.png")));
 }
 
 TEST_F(Commands, PicturesOfSixteenBitsAreRefused)
