@@ -139,6 +139,24 @@ TEST_F(Window, ALowScreenHoldsTheWindowOfAManualMachineAndItsPanelRolls)
     EndWizard("pushButton_cancel");
 }
 
+TEST_F(Window, TheMachinesPanelIsAsWideAsItsButtonsInEveryLanguage)
+{
+    m_pWindow.reset();
+    m_pSession = std::make_unique<HostSession>(Simulator::Machine::Kind::Manual, 1, CTC_MODULE_FOLDER);
+    m_pWindow = std::make_unique<WorkbenchWindow>(*m_pSession, CTC_SMALL_PLUGIN);
+    // As the theme has it.
+    m_pWindow->setStyleSheet("QPushButton { min-width: 40px; }");
+    m_pWindow->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(m_pWindow.get()));
+    for (const QString& strLanguage : Languages()) {
+        ASSERT_TRUE(SwitchLanguage(strLanguage));
+        QTest::qWait(50);
+        for (const QPushButton* const pButton : Find<QDockWidget>("dock_machine")->findChildren<QPushButton*>()) {
+            EXPECT_GE(pButton->width(), pButton->sizeHint().width()) << qPrintable(pButton->text());
+        }
+    }
+}
+
 TEST_F(CalibratedWindow, OnACalibratedMachineItCanBeStitchedAgain)
 {
     m_pWindow->Start();

@@ -1,5 +1,6 @@
 #include "ChartPanel.h"
 
+#include "PanelScroll.h"
 #include "SimulatedDevice.h"
 #include "Texts.h"
 
@@ -28,7 +29,7 @@ ChartPanel::ChartPanel(SimulatedDevice& device, QWidget* pParent)
 void ChartPanel::Build()
 {
     m_pState->setObjectName("label_chartState");
-    m_pState->setWordWrap(true);
+    WrapIntoPanel(*m_pState);
     // A window of its own is no higher than it began; a longer text must not take the buttons' room.
     m_pState->setMinimumHeight(2 * fontMetrics().lineSpacing());
     m_pLeft->setObjectName("pushButton_chartLeft");

@@ -1,6 +1,7 @@
 #include "MachinePanel.h"
 
 #include "ChartPanel.h"
+#include "PanelScroll.h"
 #include "SimulatedDevice.h"
 #include "Texts.h"
 
@@ -56,7 +57,7 @@ MachinePanel::~MachinePanel() = default;
 void MachinePanel::Build()
 {
     m_pState->setObjectName("label_machineState");
-    m_pState->setWordWrap(true);
+    WrapIntoPanel(*m_pState);
     m_pPlace->setObjectName("pushButton_placeMaterial");
     m_pEngrave->setObjectName("pushButton_startEngraving");
     m_pScale->setObjectName("pushButton_engraveScale");

@@ -1,10 +1,19 @@
 #include "PanelScroll.h"
 
 #include <QEvent>
+#include <QLabel>
 #include <QScrollBar>
 
 namespace Workbench
 {
+
+void WrapIntoPanel(QLabel& label)
+{
+    label.setWordWrap(true);
+    QSizePolicy policy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    policy.setHeightForWidth(true);
+    label.setSizePolicy(policy);
+}
 
 PanelScroll::PanelScroll(QWidget* pPanel)
 {
@@ -24,7 +33,8 @@ QSize PanelScroll::sizeHint() const
 
 QSize PanelScroll::minimumSizeHint() const
 {
-    return {widget()->minimumSizeHint().width() + BarWidth(), 0};
+    // Not the smallest width: the theme's least width of a button is less than its text.
+    return {sizeHint().width(), 0};
 }
 
 bool PanelScroll::eventFilter(QObject* pObject, QEvent* pEvent)

@@ -5,8 +5,13 @@
 
 #include <QScrollArea>
 
+class QLabel;
+
 namespace Workbench
 {
+
+/// The label's text takes the lines that it needs at the panel's width, and the panel does not grow and shrink with it.
+void WrapIntoPanel(QLabel& label);
 
 class PanelScroll : public QScrollArea
 {
