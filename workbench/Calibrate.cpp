@@ -14,7 +14,7 @@
 #include "WizardOperator.h"
 #include "WizardRun.h"
 
-#include <opencv2/imgcodecs.hpp>
+#include <opencv2/core.hpp>
 
 #include <QDir>
 #include <QEventLoop>
@@ -58,11 +58,6 @@ void RemoveResults(const QString& strOut)
     for (const char* pName : {"report.json", "error_map.png", "work_area.png"}) {
         QFile::remove(strOut + "/" + pName);
     }
-}
-
-void Write(const QString& strFile, const cv::Mat& picture)
-{
-    WritePicture(strFile, picture, {cv::IMWRITE_PNG_COMPRESSION, 1});
 }
 
 OperatorScript ScriptFor(const CommandLine& line, HostSession& session, std::uint64_t nSeed)
@@ -157,8 +152,8 @@ int Measure(HostSession& session, const QString& strOut, AccuracyReport& report)
         left = machine.Snap(Simulator::Side::Left);
         right = machine.Snap(Simulator::Side::Right);
     });
-    Write(strOut + "/left.png", left);
-    Write(strOut + "/right.png", right);
+    WritePicture(strOut + "/left.png", left);
+    WritePicture(strOut + "/right.png", right);
 
     Say("Making the work area picture");
     PluginHost host(session.Setup());
@@ -168,7 +163,7 @@ int Measure(HostSession& session, const QString& strOut, AccuracyReport& report)
         report.dCoverage = Coverage(workArea, report.workAreaMm);
         Say(QString("Locating %1 dots").arg(dots.size()));
         MeasureDots(host, workArea, dots, crosses, report);
-        Write(strOut + "/work_area.png", workArea);
+        WritePicture(strOut + "/work_area.png", workArea);
     }
     if (session.Device().Kind() == Simulator::Machine::Kind::Manual) {
         session.Device().WithMachine(
@@ -176,7 +171,7 @@ int Measure(HostSession& session, const QString& strOut, AccuracyReport& report)
     } else {
         MeasureSeam(left, right, dots, grid, report);
     }
-    Write(strOut + "/error_map.png", DrawErrorMap(report, crosses));
+    WritePicture(strOut + "/error_map.png", DrawErrorMap(report, crosses));
     report.dMemoryMib = PeakMemoryMib();
     if (!WriteReport(report, strOut + "/report.json")) {
         throw Failure(QString("The report cannot be written to %1/report.json.").arg(strOut));
@@ -238,7 +233,7 @@ int RunCalibrate(const CommandLine& line)
     }
     pLockData.reset();
     PictureMaker maker(session.Modules(), session.Setup());
-    Write(strOut + "/work_area.png", maker.Make([](const char* pStage) { Say(QString("  %1").arg(pStage)); }));
+    WritePicture(strOut + "/work_area.png", maker.Make([](const char* pStage) { Say(QString("  %1").arg(pStage)); }));
     Say(QString("Calibrated; wrote work_area.png to %1").arg(strOut));
     return Success;
 }
