@@ -84,12 +84,14 @@ void CameraWorker::EnterRun()
     m_pLoopThread = QThread::currentThread();
 }
 
-void CameraWorker::ClearStop()
+bool CameraWorker::ClearStop()
 {
     const std::lock_guard lock(m_runMutex);
-    if (m_nStops == m_nSettledStops) {
+    const bool bClear = m_nStops == m_nSettledStops;
+    if (bClear) {
         m_bStop = false;
     }
+    return bClear;
 }
 
 void CameraWorker::LeaveRun()
@@ -170,23 +172,24 @@ void CameraWorker::LoopSnapSlot()
     const Run run(*this);
     const QString strName = GetCameraName();
     const QByteArray name = strName.toUtf8();
-    ClearStop();
+    bool bBegun = ClearStop();
     m_bRunning = true;
     int nFailures = 0;
     cv::Mat copy;
     ILog_WriteLogF(1, "Camera[%s] LoopStart!", name.constData());
     for (;;) {
         WaitWhilePaused();
-        if (SeesStop()) {
+        if (SeesStop(bBegun)) {
             break;
         }
+        bBegun = true;
         const bool bReopened = m_bReopen;
         if (bReopened) {
             m_pCamera->CloseCamera(nullptr);
             m_pCamera->OpenCamera(name.constData());
         }
         cv::Mat frame;
-        if (SeesStop()) {
+        if (SeesStop(bBegun)) {
             break;
         }
         if (m_pCamera->SnapPicture(frame, nullptr) == 0) {
@@ -194,7 +197,7 @@ void CameraWorker::LoopSnapSlot()
             DeliverFrame(frame, copy, bReopened);
             continue;
         }
-        if (SeesStop()) {
+        if (SeesStop(bBegun)) {
             break;
         }
         if (++nFailures > g_nToleratedFailures) {
@@ -221,13 +224,16 @@ void CameraWorker::WaitWhilePaused()
     m_bRunning = true;
 }
 
-bool CameraWorker::SeesStop()
+bool CameraWorker::SeesStop(bool bBegun)
 {
     if (!m_bStop) {
         return false;
     }
+    const std::lock_guard lock(m_runMutex);
     m_bReopen = false;
-    m_bSavePic = false;
+    if (bBegun || m_nStopsAtSave < m_nStops) {
+        m_bSavePic = false;
+    }
     return true;
 }
 
@@ -243,7 +249,8 @@ void CameraWorker::DeliverFrame(const cv::Mat& frame, cv::Mat& copy, bool bReope
 
 void CameraWorker::SaveOnePic(QString path)
 {
-    const std::lock_guard lock(m_textMutex);
+    const std::scoped_lock lock(m_runMutex, m_textMutex);
+    m_nStopsAtSave = m_nStops;
     m_strPicPath = std::move(path);
     m_bSavePic = true;
 }

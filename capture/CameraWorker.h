@@ -113,11 +113,15 @@ private:
     class Run;
 
     void EnterRun();
-    void ClearStop();
+    /// False where a stop is still to be met: the run was sent before it and does nothing.
+    bool ClearStop();
     void MeetMarker();
     void LeaveRun();
     void WaitWhilePaused();
-    bool SeesStop();
+    /// @param bBegun  false for a run that was sent before its stop and does nothing: a picture that was asked for
+    /// since
+    ///        is for the run to come
+    bool SeesStop(bool bBegun);
     void DeliverFrame(const cv::Mat& frame, cv::Mat& copy, bool bReopened);
     void SaveIfWanted(const cv::Mat& frame);
     void GiveUp(const char* name);
@@ -145,5 +149,6 @@ private:
     std::atomic<QThread*> m_pLoopThread = nullptr; // which a loop runs on; changes under m_runMutex
     std::uint64_t m_nStops = 0;                    // guarded by m_runMutex
     std::uint64_t m_nMetMarkers = 0;               // that have come out of the queue; guarded by m_runMutex
+    std::uint64_t m_nStopsAtSave = 0;              // when a picture was asked for last; guarded by m_runMutex
     std::uint64_t m_nSettledStops = 0;             // that concern no start to come; guarded by m_runMutex
 };

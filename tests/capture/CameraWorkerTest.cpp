@@ -471,6 +471,38 @@ TEST_F(CameraWorkerLoop, AStopWhileHungAppliesToTheStartSentBeforeItAndNotToTheO
     WaitForFrames(2);
 }
 
+TEST_F(CameraWorkerLoop, APictureAskedForAfterTheStopIsTakenByTheNextRunAndNotDroppedByTheOneBeforeIt)
+{
+    QTemporaryDir folder;
+    std::atomic<int> nSaved = 0;
+    QObject::connect(m_pWorker, &CameraWorker::SavePicSuccessSignal, [&] { ++nSaved; });
+    m_pThread = new QThread;
+    m_pWorker->moveToThread(m_pThread);
+    // As a page does that is pressed between a start and its loop's beginning.
+    SendStart();
+    m_pWorker->StopLoop();
+    m_pWorker->SaveOnePic(folder.filePath("1.png"));
+    SendStart();
+    m_pThread->start();
+    WaitUntil([&] { return nSaved == 1; });
+}
+
+TEST_F(CameraWorkerLoop, APictureAskedForBeforeTheStopIsDroppedByTheRunThatDoesNothing)
+{
+    QTemporaryDir folder;
+    std::atomic<int> nSaved = 0;
+    QObject::connect(m_pWorker, &CameraWorker::SavePicSuccessSignal, [&] { ++nSaved; });
+    m_pThread = new QThread;
+    m_pWorker->moveToThread(m_pThread);
+    SendStart();
+    m_pWorker->SaveOnePic(folder.filePath("1.png"));
+    m_pWorker->StopLoop();
+    SendStart();
+    m_pThread->start();
+    WaitForFrames(3);
+    EXPECT_EQ(nSaved, 0);
+}
+
 TEST_F(CameraWorkerLoop, CalledDirectlyItStartsAgainAfterAStopFromAnotherThread)
 {
     for (int nRun = 0; nRun < 3; ++nRun) {
