@@ -91,7 +91,7 @@ void RequireAutomaticFlags(const QString& strResult)
 }
 
 /// The records of the manual flow name no picture size. A lens looks at about the middle of its picture, though.
-void RequireLensInTheMiddle(const QString& strFile, QSize sizePx, const QString& strWhich)
+void RequireLensInTheMiddle(const QString& strFile, QSize sizePx, bool bLeft)
 {
     cv::Mat matrix;
     cv::Mat distortion;
@@ -105,8 +105,9 @@ void RequireLensInTheMiddle(const QString& strFile, QSize sizePx, const QString&
     const double dY = matrix.at<double>(1, 2) / sizePx.height();
     // Asked so that what is no number fails too.
     if (!(std::abs(dX - 0.5) <= 0.25 && std::abs(dY - 0.5) <= 0.25)) {
-        throw Failure("The %1 picture of %2 x %3 px has another size than those of the calibration in %4.",
-                      {strWhich, QString::number(sizePx.width()), QString::number(sizePx.height()), DataRoot()});
+        throw Failure(bLeft ? "The left picture of %1 x %2 px has another size than those of the calibration in %3."
+                            : "The right picture of %1 x %2 px has another size than those of the calibration in %3.",
+                      {QString::number(sizePx.width()), QString::number(sizePx.height()), DataRoot()});
     }
 }
 
@@ -172,8 +173,8 @@ void RequireSizesOfCalibration(QSize leftPx, QSize rightPx)
 {
     const QString strResult = DataRoot() + "/Vision/calib/Camera_Two/Result/";
     if (!IsAutomatic(strResult + "AutoDualCalibrate_stitch.xml")) {
-        RequireLensInTheMiddle(strResult + "cameraL_calibrateMap.xml", leftPx, "left");
-        RequireLensInTheMiddle(strResult + "cameraR_calibrateMap.xml", rightPx, "right");
+        RequireLensInTheMiddle(strResult + "cameraL_calibrateMap.xml", leftPx, true);
+        RequireLensInTheMiddle(strResult + "cameraR_calibrateMap.xml", rightPx, false);
     }
 }
 
