@@ -7,8 +7,8 @@
 #include "LivePicture.h"
 #include "Log.h"
 #include "LogPane.h"
+#include "MachineDock.h"
 #include "MachinePanel.h"
-#include "PanelScroll.h"
 #include "PictureMaker.h"
 #include "Texts.h"
 
@@ -108,13 +108,8 @@ void WorkbenchWindow::BuildDocks()
         return pDock;
     };
     m_pControlDock = add("dock_controls", BuildControls(), Qt::RightDockWidgetArea);
-    auto* const pBeside = new QWidget;
-    m_pBesideLayout = new QVBoxLayout(pBeside);
-    m_pBesideLayout->setContentsMargins(0, 0, 0, 0);
-    auto* const pScroll = new PanelScroll(m_pMachine);
-    pScroll->setObjectName("scrollArea_machine");
-    m_pBesideLayout->addWidget(pScroll, 1);
-    m_pMachineDock = add("dock_machine", pBeside, Qt::RightDockWidgetArea);
+    m_pMachineDock = new MachineDock(m_pMachine);
+    addDockWidget(Qt::RightDockWidgetArea, m_pMachineDock);
     m_pLogDock = add("dock_log", m_pLog, Qt::BottomDockWidgetArea);
     // The groups and the log name themselves.
     for (QDockWidget* const pDock : {m_pControlDock, m_pLogDock}) {
@@ -262,72 +257,8 @@ void WorkbenchWindow::BeginRun()
     m_pView->SetPlaceholder(Placeholder());
     ShowOpenings();
     ShowBusy();
-    ShowBeside();
+    m_pMachineDock->StandBeside(m_pRun->Window(), m_pLanguage);
     emit WizardOpenedSignal();
-}
-
-// A modal window blocks all others but those that belong to it.
-void WorkbenchWindow::ShowBeside()
-{
-    m_pBesideLayout->addWidget(m_pLanguage);
-    m_pLanguage->show(); // at once: the panel's size is asked for below
-    // It can be dragged out of the way, and nowhere else.
-    m_pMachineDock->setFeatures(QDockWidget::DockWidgetMovable);
-    m_pMachineDock->setAllowedAreas(Qt::NoDockWidgetArea);
-    m_pMachineDock->setFloating(true);
-    m_pMachineDock->show();
-    m_pMachineDock->windowHandle()->setTransientParent(m_pRun->Window()->windowHandle());
-    m_pMachineDock->resize(
-        m_pMachineDock->sizeHint().boundedTo(m_pRun->Window()->screen()->availableSize() - QSize(0, 40)));
-    // The page's size at once, not when the window's layout comes round to it: a window that grows after it was placed
-    // is at a place of its own on each window system.
-    QWidget* const pWizard = m_pRun->Window();
-    pWizard->ensurePolished();
-    pWizard->resize(pWizard->size().expandedTo(pWizard->minimumSizeHint()).expandedTo(pWizard->minimumSize()));
-    PlaceWizard(Centred(pWizard->frameGeometry().size()));
-    m_pMachineDock->raise();
-    // A page in another language may still want more.
-    pWizard->installEventFilter(this);
-}
-
-QPoint WorkbenchWindow::Centred(QSize wizard) const
-{
-    const QRect screen = m_pRun->Window()->screen()->availableGeometry();
-    return screen.center() - QRect(QPoint(), wizard).center();
-}
-
-// The panel stands to the right, and the wizard makes room for it where the screen has the room.
-void WorkbenchWindow::PlaceWizard(QPoint place)
-{
-    constexpr int nGap = 8;
-    const QRect screen = m_pRun->Window()->screen()->availableGeometry();
-    const QSize wizard = m_pRun->Window()->frameGeometry().size();
-    const QSize panel = m_pMachineDock->frameGeometry().size();
-    const int nMostX = screen.right() + 1 - wizard.width() - nGap - panel.width();
-    const int nMostY = screen.bottom() + 1 - wizard.height();
-    const QPoint inside(std::max(screen.left(), std::min(place.x(), nMostX)),
-                        std::max(screen.top(), std::min(place.y(), nMostY)));
-    if (inside != m_pRun->Window()->pos()) {
-        m_pRun->Window()->move(inside);
-    }
-    // Where there is no room at all: over the wizard's right edge, where no page has more than its narrow column.
-    m_pMachineDock->move(std::min(inside.x() + wizard.width() + nGap, screen.right() + 1 - panel.width()), inside.y());
-}
-
-void WorkbenchWindow::ShowInside()
-{
-    m_pLanguagePlace->addWidget(m_pLanguage);
-    m_pMachineDock->setFloating(false);
-    m_pMachineDock->setAllowedAreas(Qt::RightDockWidgetArea);
-    m_pMachineDock->setFeatures(QDockWidget::NoDockWidgetFeatures);
-}
-
-bool WorkbenchWindow::eventFilter(QObject* pObject, QEvent* pEvent)
-{
-    if (m_pRun && pObject == m_pRun->Window() && pEvent->type() == QEvent::Resize && !pEvent->spontaneous()) {
-        PlaceWizard(m_pRun->Window()->pos());
-    }
-    return QMainWindow::eventFilter(pObject, pEvent);
 }
 
 void WorkbenchWindow::GiveUpRun(const Failure& failure)
@@ -348,7 +279,8 @@ void WorkbenchWindow::GiveUpRun(const Failure& failure)
 void WorkbenchWindow::ConcludeRun(bool bFinished)
 {
     m_pMachineDock->windowHandle()->setTransientParent(windowHandle());
-    ShowInside();
+    m_pLanguagePlace->addWidget(m_pLanguage);
+    m_pMachineDock->StandInside();
     m_pRun->deleteLater();
     m_pRun.clear();
     const bool bKept = m_session.Files().Conclude(bFinished);
@@ -408,7 +340,6 @@ void WorkbenchWindow::Retranslate()
     m_pRefresh->setText(Wording("Take a new picture"));
     m_pFit->setText(Wording("Show all of it"));
     m_pClearMarks->setText(Wording("Remove the marks"));
-    m_pMachineDock->setWindowTitle(Wording("Simulated machine"));
     m_pView->SetPlaceholder(Placeholder());
     Notice(m_notice, m_bProblem);
     ShowOpenings();

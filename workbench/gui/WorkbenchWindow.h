@@ -31,6 +31,7 @@ class Failure;
 class LanguageBox;
 class LivePicture;
 class LogPane;
+class MachineDock;
 class MachinePanel;
 
 class WorkbenchWindow : public QMainWindow
@@ -61,8 +62,6 @@ signals:
 protected:
     void changeEvent(QEvent* pEvent) override;
     void closeEvent(QCloseEvent* pEvent) override;
-    /// Of the wizard's window.
-    bool eventFilter(QObject* pObject, QEvent* pEvent) override;
 
 private:
     void BuildDocks();
@@ -79,11 +78,6 @@ private:
 
     void StartPicture();
     void BeginRun();
-    void ShowBeside();
-    QPoint Centred(QSize wizard) const;
-    /// With the machine's panel beside it, and both inside the screen.
-    void PlaceWizard(QPoint place);
-    void ShowInside();
     void ConcludeRun(bool bFinished);
     void GiveUpRun(const Failure& failure);
 
@@ -100,7 +94,7 @@ private:
     QLabel* m_pStage;
     QProgressBar* m_pProgress;
     QDockWidget* m_pControlDock;
-    QDockWidget* m_pMachineDock;
+    MachineDock* m_pMachineDock;
     QDockWidget* m_pLogDock;
     QGroupBox* m_pWizardBox;
     QGroupBox* m_pPictureBox;
@@ -110,7 +104,6 @@ private:
     QPushButton* m_pFit;
     QPushButton* m_pClearMarks;
     QVBoxLayout* m_pLanguagePlace;
-    QVBoxLayout* m_pBesideLayout; ///< what an open wizard leaves within reach
 
     QString m_strStage; ///< of the picture, a wording key
     std::function<QString()> m_notice;
