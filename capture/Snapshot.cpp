@@ -152,12 +152,11 @@ void Report(const SnapshotRow& row, const Failure& failure, const std::string& s
 class PageCamera
 {
 public:
-    PageCamera(ICameraDevice& camera, QObject* pPage) : m_camera(camera), m_pPage(pPage), m_bOfPage(pPage) {}
+    PageCamera(ICameraDevice& camera, QObject& page) : m_camera(camera), m_pPage(&page) {}
 
     void Close(CloseCall call, const std::string& strTarget)
     {
-        const bool bGone = m_bOfPage && !m_pPage;
-        if (call != CloseCall::None && !bGone) {
+        if (call != CloseCall::None && m_pPage) {
             m_camera.CloseCamera(call == CloseCall::Target ? strTarget.c_str() : nullptr);
         }
     }
@@ -165,7 +164,6 @@ public:
 private:
     ICameraDevice& m_camera;
     QPointer<QObject> m_pPage;
-    bool m_bOfPage;
 };
 
 bool SnapInThreeTries(ICameraDevice& camera, cv::Mat& picture, const char* pName)
@@ -185,7 +183,7 @@ ICameraDevice* LoadCamera()
     return static_cast<ICameraDevice*>(LoadModule("Camera", true, nullptr));
 }
 
-cv::Mat SnapOne(ICameraDevice* pCamera, const QString& cameraName, const SnapshotRow& row, QObject* pPage)
+cv::Mat SnapOne(ICameraDevice* pCamera, const QString& cameraName, const SnapshotRow& row, QObject& page)
 {
     cv::Mat picture;
     if (!pCamera || cameraName == "None" || cameraName.isEmpty()) {
@@ -203,7 +201,7 @@ cv::Mat SnapOne(ICameraDevice* pCamera, const QString& cameraName, const Snapsho
         return picture;
     }
     const std::string strTarget = DeviceName(*pListed);
-    PageCamera camera(*pCamera, pPage);
+    PageCamera camera(*pCamera, page);
 
     if (pCamera->OpenCamera(strTarget.c_str()) != 0) {
         if (row.bReportsFailures) {

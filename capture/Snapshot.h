@@ -42,7 +42,7 @@ extern const SnapshotRow g_autoDualSnapshot;  ///< AutoDualCalibrateWdg
 ICameraDevice* LoadCamera();
 
 /// @param cameraName  as the host set it; "None" or an empty one gives no picture, in silence
-/// @param pPage  whose camera it is; a page that is deleted during a notice took the camera along, which is then left
+/// @param page  whose camera it is; a page that is deleted during a notice took the camera along, which is then left
 ///        alone
 /// @return 8-bit grey or BGR; empty on any failure, or what a failing device left in it
-cv::Mat SnapOne(ICameraDevice* pCamera, const QString& cameraName, const SnapshotRow& row, QObject* pPage = nullptr);
+cv::Mat SnapOne(ICameraDevice* pCamera, const QString& cameraName, const SnapshotRow& row, QObject& page);

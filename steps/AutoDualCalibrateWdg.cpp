@@ -377,7 +377,7 @@ void AutoDualCalibrateWdg::on_pushButton_takePic_clicked()
     m_bCoordAdded = false;
     UpdateCameraName();
     const QPointer<AutoDualCalibrateWdg> pAlive(this);
-    const cv::Mat picture = SnapOne(m_pCamera, m_strCameraName, g_autoDualSnapshot, this);
+    const cv::Mat picture = SnapOne(m_pCamera, m_strCameraName, g_autoDualSnapshot, *this);
     if (!pAlive) {
         return;
     }

@@ -156,7 +156,7 @@ void FusionWdg::SaveProgress()
 
 cv::Mat FusionWdg::SnapOne(const QString& cameraName)
 {
-    return ::SnapOne(m_pCamera, cameraName, g_fusionSnapshot, this);
+    return ::SnapOne(m_pCamera, cameraName, g_fusionSnapshot, *this);
 }
 
 void FusionWdg::ReportNoPicture()

@@ -148,7 +148,7 @@ void HandEyeAdjustWdg::on_pushButton_cancel_clicked()
 
 cv::Mat HandEyeAdjustWdg::SnapOne(const QString& strCameraName)
 {
-    return ::SnapOne(m_pCamera, strCameraName, g_handEyeSnapshot, this);
+    return ::SnapOne(m_pCamera, strCameraName, g_handEyeSnapshot, *this);
 }
 
 void HandEyeAdjustWdg::on_pushButton_takePic_clicked()

@@ -303,7 +303,7 @@ bool StitchingWdg::CheckPointCounts()
 
 cv::Mat StitchingWdg::SnapOne(const QString& strCameraName)
 {
-    return ::SnapOne(m_pCamera, strCameraName, g_stitchingSnapshot, this);
+    return ::SnapOne(m_pCamera, strCameraName, g_stitchingSnapshot, *this);
 }
 
 void StitchingWdg::TimeOutSlot()

@@ -32,13 +32,14 @@ public:
     }
     ~SnapshotBase() { ReleaseAllModules(); }
 
-    cv::Mat Snap(const QString& strName, const SnapshotRow& row) { return SnapOne(m_pDevice, strName, row); }
+    cv::Mat Snap(const QString& strName, const SnapshotRow& row) { return SnapOne(m_pDevice, strName, row, m_page); }
     /// What the fusion page must be asked for: it takes listed strings only.
     static QString LeftOf(const SnapshotRow& row)
     {
         return row.match == NameMatch::Whole ? "[0] Camera-Left" : "Camera-Left";
     }
 
+    QObject m_page;
     ModalAnswers m_answers;
     Doubles::CameraModule m_module;
     ICameraDevice* m_pDevice = nullptr;
@@ -126,7 +127,7 @@ TEST_P(SnapshotOfEachPage, NoneOrAnEmptyNameCallsNothingAndSaysNothing)
 
 TEST_P(SnapshotOfEachPage, WithoutADeviceThereIsNoPictureAndNoWord)
 {
-    EXPECT_TRUE(SnapOne(nullptr, "Camera-Left", Row()).empty());
+    EXPECT_TRUE(SnapOne(nullptr, "Camera-Left", Row(), m_page).empty());
 
     EXPECT_THAT(Doubles::The().logLines, IsEmpty());
     EXPECT_THAT(m_answers.Notices(), IsEmpty());
@@ -185,7 +186,7 @@ TEST_P(SnapshotOfEachPage, APageThatIsDeletedDuringTheNoticeTookItsCameraAlong)
     auto pPage = std::make_unique<QObject>();
     m_answers.OnBox([&](QMessageBox&) { pPage.reset(); });
 
-    EXPECT_TRUE(SnapOne(m_pDevice, LeftOf(Row()), Row(), pPage.get()).empty());
+    EXPECT_TRUE(SnapOne(m_pDevice, LeftOf(Row()), Row(), *pPage).empty());
 
     EXPECT_THAT(m_answers.Notices(), SizeIs(1));
     EXPECT_EQ(m_pCamera->Count("CloseCamera"), 0);

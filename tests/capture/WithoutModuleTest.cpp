@@ -32,7 +32,8 @@ TEST(WithoutTheCameraModule, APageIsToldOnceAndItsPicturesAreEmpty)
 
     EXPECT_EQ(pCamera, nullptr);
     EXPECT_EQ(answers.OnlyText(), "Load Camera failed! \n");
-    EXPECT_TRUE(SnapOne(pCamera, "Camera-Left", g_handEyeSnapshot).empty());
+    QObject page;
+    EXPECT_TRUE(SnapOne(pCamera, "Camera-Left", g_handEyeSnapshot, page).empty());
     EXPECT_EQ(answers.Notices().size(), 1u);
 }
 
