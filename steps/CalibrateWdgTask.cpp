@@ -5,6 +5,7 @@
 #include "CalibGlobalParam.h"
 #include "CCameraCalibration.h"
 #include "FileStore.h"
+#include "FusionPattern.h"
 #include "IDeviceHost.h"
 #include "Log.h"
 #include "PageParts.h"
@@ -26,19 +27,6 @@ constexpr int g_nNotAccepted = 1016;
 std::string LocalPath(const QString& strPath)
 {
     return ToLocalBytes(strPath).toStdString();
-}
-
-/// The fusion pattern made for the machine's canvas.
-QString FusionPattern()
-{
-    const QSize canvasMm = CanvasMm();
-    QString strSize;
-    for (const QSize sizeMm : {QSize(813, 508), QSize(1300, 900), QSize(1600, 1000)}) {
-        if (sizeMm == canvasMm) {
-            strSize = QString("_%1_%2").arg(sizeMm.width()).arg(sizeMm.height());
-        }
-    }
-    return GetCalibrationRootPath() + "/Vision/calib/Camera_Two/FusionCalibImages/FusionImage" + strSize + ".kv";
 }
 
 } // namespace
@@ -75,7 +63,7 @@ int CalibrateWdg::SendFusionPattern()
     if (!m_pDeviceHost) {
         return g_nUploadFailed;
     }
-    const QString strPattern = FusionPattern();
+    const QString strPattern = FusionPatternPath();
     ILog_WriteLog(1, "ThreadDialog_ThreadRun : DeviceDocumentImport Start!");
     const int nStatus = m_pDeviceHost->RunCommand("DeviceDocumentImport", strPattern);
     ILog_WriteLog(1, "ThreadDialog_ThreadRun : DeviceDocumentImport End!");
