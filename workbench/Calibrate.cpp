@@ -7,6 +7,7 @@
 #include "Failure.h"
 #include "FolderLock.h"
 #include "HostSession.h"
+#include "MachineTypes.h"
 #include "Measurement.h"
 #include "PictureFile.h"
 #include "PictureMaker.h"
@@ -60,11 +61,13 @@ void RemoveResults(const QString& strOut)
     }
 }
 
-OperatorScript ScriptFor(const CommandLine& line, HostSession& session, std::uint64_t nSeed)
+Simulator::Machine::Kind FlowOf(const CommandLine& line)
 {
-    if (!line.strScript.isEmpty()) {
-        return ReadOperatorScript(line.strScript, session.Device().Kind());
-    }
+    return line.IsManual() ? Simulator::Machine::Kind::Manual : Simulator::Machine::Kind::Automatic;
+}
+
+OperatorScript SimulatedScript(const CommandLine& line, HostSession& session, std::uint64_t nSeed)
+{
     Simulator::ClickOptions clicks;
     clicks.sigmaPx = line.ClickErrorPx();
     clicks.nSeed = nSeed;
@@ -190,6 +193,11 @@ int RunCalibrate(const CommandLine& line)
 {
     const bool bDemo = line.strCommand == "demo";
     const QString strOut = line.strOut;
+    OperatorScript script;
+    if (!line.strScript.isEmpty()) {
+        // Before a folder is made or a result of before is removed.
+        script = ReadOperatorScript(line.strScript, FlowOf(line), ReadMachineTypes());
+    }
     MakeFolder(strOut);
     if (bDemo || !line.strDataFolder.isEmpty()) {
         UseDataFolder(line.strDataFolder.isEmpty() ? strOut + "/data" : line.strDataFolder);
@@ -197,7 +205,6 @@ int RunCalibrate(const CommandLine& line)
     MakeFolder(DataRoot());
     const FolderLock lockOut(strOut);
     auto pLockData = std::make_unique<FolderLock>(DataRoot());
-    RemoveResults(strOut);
 
     AccuracyReport report;
     report.strFlow = line.strFlow;
@@ -208,8 +215,7 @@ int RunCalibrate(const CommandLine& line)
         QFile::remove(DataRoot() + "/Vision/calib/Camera_Two/Progress.ini");
         QFile::remove(DataRoot() + "/Data/SimulatedMachine.json");
     }
-    HostSession session(line.IsManual() ? Simulator::Machine::Kind::Manual : Simulator::Machine::Kind::Automatic,
-                        bDemo || line.bSeedGiven ? std::optional(line.nSeed) : std::nullopt);
+    HostSession session(FlowOf(line), bDemo || line.bSeedGiven ? std::optional(line.nSeed) : std::nullopt);
     const std::uint64_t nSeed = session.Device().GetState().nSeed;
     report.nSeed = nSeed;
     const bool bSimulated = session.Cameras() == CameraOwner::SimulatedMachine;
@@ -220,7 +226,13 @@ int RunCalibrate(const CommandLine& line)
     if (!bSimulated && line.strScript.isEmpty()) {
         throw Failure("Cameras of your own need --script, the places of the crosses in their pictures.", WrongUse);
     }
-    const OperatorScript script = ScriptFor(line, session, nSeed);
+    if (line.strScript.isEmpty()) {
+        script = SimulatedScript(line, session, nSeed);
+    } else {
+        RequireScriptFits(script, session.Setup().areaMm,
+                          bSimulated ? SimulatedPictures(FlowOf(line)) : ScriptPictures());
+    }
+    RemoveResults(strOut);
     report.workAreaMm = cv::Size(session.Device().WorkAreaMm());
     Say(bSimulated
             ? QString("Calibrating the simulated %1 machine, seed %2, through the wizard").arg(line.strFlow).arg(nSeed)

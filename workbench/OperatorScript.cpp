@@ -5,14 +5,7 @@
 #include "FusedFrame.h"
 #include "Truth.h"
 
-#include <QFile>
-#include <QFileInfo>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-
 #include <algorithm>
-#include <cmath>
 
 namespace Workbench
 {
@@ -20,46 +13,11 @@ namespace Workbench
 namespace
 {
 
-constexpr qint64 g_nLargestScript = 1 << 20;
 /// The cameras of the simulated automatic machine.
 constexpr QSize g_simulatedPicture(2592, 1944);
 
 /// Of that machine in the list of machines.
 constexpr const char* g_pSimulatedManualMachine = "M1 - 900 x 600 mm";
-
-std::vector<QPointF> PointsOf(const QJsonObject& script, const QString& strKey, const QString& strFile)
-{
-    std::vector<QPointF> points;
-    for (const QJsonValueConstRef value : script.value(strKey).toArray()) {
-        const QJsonArray pair = value.toArray();
-        if (pair.size() != 2 || !pair[0].isDouble() || !pair[1].isDouble()) {
-            throw Failure(QString("The operator script %1 has something else than [x, y] among the points of \"%2\".")
-                              .arg(strFile, strKey));
-        }
-        points.emplace_back(pair[0].toDouble(), pair[1].toDouble());
-    }
-    if (points.empty()) {
-        throw Failure(QString("The operator script %1 has no points under \"%2\".").arg(strFile, strKey));
-    }
-    return points;
-}
-
-QRectF RegionOf(const QJsonObject& script, const QString& strFile)
-{
-    const QJsonArray four = script.value("region").toArray();
-    std::vector<double> vecShares;
-    for (const QJsonValueConstRef value : four) {
-        if (value.isDouble() && value.toDouble() >= 0.0 && value.toDouble() <= 1.0) {
-            vecShares.push_back(value.toDouble());
-        }
-    }
-    if (four.size() != 4 || vecShares.size() != 4) {
-        throw Failure(
-            QString("The operator script %1 has no [x, y, width, height], each from 0 to 1, under \"region\".")
-                .arg(strFile));
-    }
-    return {vecShares[0], vecShares[1], vecShares[2], vecShares[3]};
-}
 
 /// What both cameras see of the bed, as a rectangle across the seam of their upright pictures side by side.
 QRectF OverlapRegion(const Simulator::Machine& machine)
@@ -91,36 +49,15 @@ QRectF OverlapRegion(const Simulator::Machine& machine)
 
 } // namespace
 
-OperatorScript ReadOperatorScript(const QString& strFile, Simulator::Machine::Kind flow)
+ScriptPictures SimulatedPictures(Simulator::Machine::Kind flow)
 {
-    // Before it is opened: a pipe would be waited for.
-    const QFileInfo info(strFile);
-    if (info.exists() && (!info.isFile() || info.size() > g_nLargestScript)) {
-        throw Failure(QString("The operator script %1 is no file of at most a megabyte.").arg(strFile));
+    if (flow == Simulator::Machine::Kind::Automatic) {
+        return {.leftPx = g_simulatedPicture, .rightPx = g_simulatedPicture};
     }
-    QFile file(strFile);
-    if (!file.open(QIODevice::ReadOnly)) {
-        throw Failure(QString("The operator script %1 cannot be read: %2.").arg(strFile, file.errorString()));
-    }
-    QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &error);
-    if (error.error != QJsonParseError::NoError) {
-        throw Failure(QString("The operator script %1 is not a JSON object: %2.").arg(strFile, error.errorString()));
-    }
-    if (!document.isObject()) {
-        throw Failure(QString("The operator script %1 is no JSON object.").arg(strFile));
-    }
-    const QJsonObject object = document.object();
-    OperatorScript script;
-    script.strSubModel = object.value("subModel").toString();
-    if (flow == Simulator::Machine::Kind::Manual) {
-        script.region = RegionOf(object, strFile);
-        script.marks = PointsOf(object, "marks", strFile);
-    } else {
-        script.left = PointsOf(object, "left", strFile);
-        script.right = PointsOf(object, "right", strFile);
-    }
-    return script;
+    // The fused one has a frame that no homography changes.
+    const std::optional<Simulator::FusedFrame> frame =
+        Simulator::AskFusedFrame(Simulator::Machine(flow, 1), cv::Mat::eye(3, 3, CV_64F));
+    return {.fusedPx = frame ? QSize(frame->sizePx.width, frame->sizePx.height) : QSize()};
 }
 
 OperatorScript SimulatedOperator(const Simulator::Machine& machine, const Simulator::ClickOptions& options)

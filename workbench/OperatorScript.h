@@ -22,7 +22,11 @@ struct ClickOptions;
 namespace Workbench
 {
 
+struct MachineType;
+
 struct OperatorScript {
+    QString strFile;     ///< that it was read from; empty for a simulated operator's
+    QSize areaMm;        ///< the work area that the chosen machine needs; empty where that is not known
     QString strSubModel; ///< name in the list of machines; empty to take the one that is selected
     /// Automatic flow: pixels of the pictures as the wizard shows them, the left one turned by 180 degrees.
     std::vector<QPointF> left;
@@ -35,8 +39,25 @@ struct OperatorScript {
     std::function<std::vector<QPointF>()> findMarks;
 };
 
-/// Throws `Failure` for a file that cannot be read, is no JSON or lacks what the flow needs.
-OperatorScript ReadOperatorScript(const QString& strFile, Simulator::Machine::Kind flow);
+/// Sizes of the pictures as the wizard shows them; invalid where they are not known before they are taken.
+struct ScriptPictures {
+    QSize leftPx = {};
+    QSize rightPx = {};
+    QSize fusedPx = {};
+};
+
+/// Reads the script and checks all that can be told before a machine is there.
+/// @param types  the machines that the wizard offers
+/// Throws `Failure`: of wrong use for a script that no run could follow, naming what is wrong in it.
+OperatorScript ReadOperatorScript(const QString& strFile, Simulator::Machine::Kind flow,
+                                  const std::vector<MachineType>& types);
+
+/// Throws `Failure` of wrong use where the chosen machine is larger than the work area or a point lies outside of its
+/// picture.
+void RequireScriptFits(const OperatorScript& script, QSize areaMm, const ScriptPictures& pictures);
+
+/// What the cameras of the simulated machines take.
+ScriptPictures SimulatedPictures(Simulator::Machine::Kind flow);
 
 /// The operator of a simulated machine, whose clicks are off. Throws `Failure` when a camera does not see its crosses.
 OperatorScript SimulatedOperator(const Simulator::Machine& machine, const Simulator::ClickOptions& options);

@@ -211,6 +211,33 @@ TEST_F(Commands, ASuffixThatNamesNoPictureFormatIsWrongUse)
     }
 }
 
+TEST_F(Commands, AScriptThatNoRunCouldFollowIsRefusedBeforeAnythingIsTouched)
+{
+    Write("of_no_machine.json", R"({"subModel": "A0", "left": [[1, 2]], "right": [[1, 2]]})");
+    ASSERT_TRUE(QDir().mkpath(Path("out_of_script")));
+    Write("out_of_script/report.json", "of before");
+    for (const char* pFlow : {"automatic", "manual"}) {
+        const WorkbenchRun run = Run({"calibrate", "--flow", pFlow, "--script", Path("of_no_machine.json"), "--data",
+                                      Path("data_of_script"), "--out", Path("out_of_script")});
+        ExpectFailure(run, g_nWrongUse, "of_no_machine.json");
+        EXPECT_TRUE(QFile::exists(Path("out_of_script/report.json")));
+        EXPECT_FALSE(QFile::exists(Path("data_of_script")));
+    }
+}
+
+TEST_F(Commands, AMarkOutsideOfThePictureIsRefusedBeforeTheWizardIsOpened)
+{
+    QByteArrayList marks;
+    for (int i = 0; i < 18; ++i) {
+        marks.append(QString("[%1, %2]").arg(100 + 100 * (i % 6)).arg(100 + 4000 * (i / 6)).toUtf8());
+    }
+    Write("outside.json",
+          R"({"subModel": "M1 - 900 x 600 mm", "region": [0.4, 0, 0.2, 1], "marks": [)" + marks.join(", ") + "]}");
+    const WorkbenchRun run = Run({"calibrate", "--flow", "manual", "--script", Path("outside.json"), "--data",
+                                  Path("data_of_marks"), "--out", Path("out_of_marks")});
+    ExpectFailure(run, g_nWrongUse, "[100, 4100]");
+}
+
 TEST_F(Commands, PointsGoThereAndBack)
 {
     const WorkbenchRun pixel = Run({"to-pixel", "650", "450.5", "--data", Path("data")});

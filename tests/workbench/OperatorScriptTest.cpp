@@ -2,108 +2,19 @@
 
 #include "CalibratedMachine.h"
 #include "Clicks.h"
-#include "Failure.h"
+#include "FusedFrame.h"
 #include "KorvaneVision.h"
 #include "Truth.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
-#include <QFile>
 #include <QTemporaryDir>
-
-#include <sys/stat.h>
 
 namespace
 {
 
-using testing::AllOf;
-using testing::ElementsAre;
-using testing::EndsWith;
-using testing::HasSubstr;
 using namespace Workbench;
 using Kind = Simulator::Machine::Kind;
-
-class ScriptFile : public testing::Test
-{
-protected:
-    QString Write(const QByteArray& content)
-    {
-        const QString strFile = m_folder.filePath("operator.json");
-        QFile file(strFile);
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(content);
-        return strFile;
-    }
-    static std::string ProblemOf(const QString& strFile, Kind flow = Kind::Automatic)
-    {
-        try {
-            ReadOperatorScript(strFile, flow);
-        } catch (const Failure& failure) {
-            return failure.what();
-        }
-        return {};
-    }
-
-    QTemporaryDir m_folder;
-};
-
-TEST_F(ScriptFile, NamesTheMachineAndTheClicksOfEachCameraInTheirOrder)
-{
-    const OperatorScript script = ReadOperatorScript(
-        Write(R"({"subModel": "1300 x 900", "left": [[10.5, 20], [1, 2]], "right": [[2591, 1943.25]]})"),
-        Kind::Automatic);
-    EXPECT_EQ(script.strSubModel, "1300 x 900");
-    EXPECT_THAT(script.left, ElementsAre(QPointF(10.5, 20), QPointF(1, 2)));
-    EXPECT_THAT(script.right, ElementsAre(QPointF(2591, 1943.25)));
-}
-
-TEST_F(ScriptFile, WithoutAMachineTakesTheOneThatIsSelected)
-{
-    EXPECT_TRUE(
-        ReadOperatorScript(Write(R"({"left": [[1, 2]], "right": [[3, 4]]})"), Kind::Automatic).strSubModel.isEmpty());
-}
-
-TEST_F(ScriptFile, EveryDamageIsNamedWithTheFile)
-{
-    const std::string strMissing = m_folder.filePath("missing.json").toStdString();
-    EXPECT_THAT(ProblemOf(QString::fromStdString(strMissing)),
-                AllOf(HasSubstr("cannot be read"), HasSubstr(strMissing)));
-    EXPECT_THAT(ProblemOf(Write("")), HasSubstr("not a JSON object"));
-    EXPECT_THAT(ProblemOf(Write("[1, 2]")), EndsWith("is no JSON object."));
-    EXPECT_THAT(ProblemOf(Write("\x7f\x45LF\x01")), HasSubstr("not a JSON object"));
-    EXPECT_THAT(ProblemOf(Write(R"({"left": [[1, 2]]})")), HasSubstr("no points under \"right\""));
-    EXPECT_THAT(ProblemOf(Write(R"({"left": [], "right": [[1, 2]]})")), HasSubstr("no points under \"left\""));
-    EXPECT_THAT(ProblemOf(Write(R"({"left": [[1]], "right": [[1, 2]]})")), HasSubstr("[x, y]"));
-    EXPECT_THAT(ProblemOf(Write(R"({"left": [["1", 2]], "right": [[1, 2]]})")), HasSubstr("[x, y]"));
-    EXPECT_THAT(ProblemOf(Write(QByteArray((1 << 20) + 1, ' '))), HasSubstr("at most a megabyte"));
-}
-
-TEST_F(ScriptFile, OfTheManualFlowNamesTheRegionAndTheMarksInTheirOrder)
-{
-    const OperatorScript script = ReadOperatorScript(
-        Write(R"({"subModel": "M1", "region": [0.4, 0.1, 0.25, 0.8], "marks": [[10.5, 20], [1, 2]]})"), Kind::Manual);
-    EXPECT_EQ(script.strSubModel, "M1");
-    EXPECT_EQ(script.region, QRectF(0.4, 0.1, 0.25, 0.8));
-    EXPECT_THAT(script.marks, ElementsAre(QPointF(10.5, 20), QPointF(1, 2)));
-    EXPECT_FALSE(script.findMarks);
-}
-
-TEST_F(ScriptFile, DamageToTheRegionOrTheMarksIsNamed)
-{
-    const auto problem = [this](const QByteArray& content) { return ProblemOf(Write(content), Kind::Manual); };
-    EXPECT_THAT(problem(R"({"left": [[1, 2]], "right": [[1, 2]]})"), HasSubstr("\"region\""));
-    EXPECT_THAT(problem(R"({"region": [0.1, 0.1, 0.5], "marks": [[1, 2]]})"), HasSubstr("\"region\""));
-    EXPECT_THAT(problem(R"({"region": [0.1, 0.1, 0.5, 1.5], "marks": [[1, 2]]})"), HasSubstr("from 0 to 1"));
-    EXPECT_THAT(problem(R"({"region": [0.1, 0.1, "0.5", 0.5], "marks": [[1, 2]]})"), HasSubstr("\"region\""));
-    EXPECT_THAT(problem(R"({"region": [0.1, 0.1, 0.5, 0.5]})"), HasSubstr("no points under \"marks\""));
-}
-
-TEST_F(ScriptFile, APipeIsNotWaitedFor)
-{
-    const QString strPipe = m_folder.filePath("pipe");
-    ASSERT_EQ(mkfifo(strPipe.toLocal8Bit().constData(), 0600), 0);
-    EXPECT_THAT(ProblemOf(strPipe), HasSubstr("pipe"));
-}
 
 TEST(SimulatedOperatorScript, ClicksTheCrossesWhereTheWizardShowsThem)
 {
@@ -155,6 +66,21 @@ TEST(SimulatedOperatorScript, ItsMarksLieWhereTheFusedPictureShowsTheCrosses)
         EXPECT_NEAR(mm[0] / mm[2], crosses[i].x, 0.3) << i;
         EXPECT_NEAR(mm[1] / mm[2], crosses[i].y, 0.3) << i;
     }
+}
+
+TEST(SimulatedOperatorScript, EveryPointOfItLiesInThePicturesThatItsMachineTakes)
+{
+    const ScriptPictures automatic = SimulatedPictures(Kind::Automatic);
+    const OperatorScript clicks = SimulatedOperator(Simulator::Machine(Kind::Automatic, 2), {.sigmaPx = 3.0});
+    EXPECT_NO_THROW(RequireScriptFits(clicks, {1300, 900}, automatic));
+    EXPECT_FALSE(automatic.fusedPx.isValid());
+
+    const QSize fusedPx = SimulatedPictures(Kind::Manual).fusedPx;
+    cv::Mat leftFromRight = cv::Mat::eye(3, 3, CV_64F);
+    leftFromRight.at<double>(0, 2) = 900.0;
+    const auto frame = Simulator::AskFusedFrame(Simulator::Machine(Kind::Manual, 4), leftFromRight);
+    ASSERT_TRUE(frame);
+    EXPECT_EQ(fusedPx, QSize(frame->sizePx.width, frame->sizePx.height)) << "no homography changes it";
 }
 
 TEST(SimulatedOperatorScript, TurningGoesThereAndBackAlsoOnOddSizes)
