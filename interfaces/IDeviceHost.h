@@ -23,7 +23,8 @@ class IDeviceHost
 public:
     virtual int GetDeviceKind() = 0;
     virtual IDeviceChannel* GetChannel() = 0;
-    /// "SendCalibrateFile" with an empty argument, "DeviceDocumentImport" with a file's full path; 1011 is success.
+    /// "SendCalibrateFile" with an empty argument, "DeviceDocumentImport" with a file's full path; 1011 is success,
+    /// 1016 a document that the machine does not take.
     virtual int RunCommand(const char* pCommand, QVariant argument) = 0;
     /// Stages a document under a name. The document may stand on the caller's stack: copy what must outlive the call.
     virtual void PutMicroLine(int nZero, MicroLineDocument* pDocument, QString strName) = 0;

@@ -70,4 +70,7 @@ TEST_F(FusionPatternFile, TheSettingsOfTheWorkAreaChoose)
     // The height's own default is 600.
     m_data.WriteFile(strFile, "[CANVAS_SIZE]\nWIDTH=1300\n");
     EXPECT_EQ(FusionPatternPath(), Folder() + "FusionImage.kv");
+    // The width's is 900.
+    m_data.WriteFile(strFile, "[CANVAS_SIZE]\nHEIGHT=900\n");
+    EXPECT_EQ(FusionPatternPath(), Folder() + "FusionImage.kv");
 }

@@ -117,3 +117,18 @@ TEST_F(FusionPatternFiles, AreCopiedForTheWizardWhereItHasNoneOfItsOwn)
     folder.Write("no folder", "");
     EXPECT_FALSE(Workbench::CopyFusionPatterns(QString::fromStdString(folder.Path("no folder/deeper"))));
 }
+
+TEST_F(FusionPatternFiles, AreCopiedAllTheSameWhereACopyBrokeOffOrOneCannotBeMade)
+{
+    const TempFolder folder;
+    const QString strTarget = QString::fromStdString(folder.Path("data"));
+    QDir().mkpath(strTarget + "/FusionImage_1300_900.kv.part");
+    folder.Write("data/FusionImage_813_508.kv.part", "KV 1");
+    EXPECT_FALSE(Workbench::CopyFusionPatterns(strTarget)) << "a folder is in the way of one";
+    EXPECT_EQ(QDir(strTarget).entryList(QDir::Files),
+              QStringList({"FusionImage.kv", "FusionImage_1600_1000.kv", "FusionImage_813_508.kv"}));
+    PatternFile pattern;
+    EXPECT_EQ(Workbench::ReadPatternFile(folder.Path("data/FusionImage_813_508.kv"), pattern), "");
+    QDir(strTarget + "/FusionImage_1300_900.kv.part").removeRecursively();
+    EXPECT_TRUE(Workbench::CopyFusionPatterns(strTarget));
+}

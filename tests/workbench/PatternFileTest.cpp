@@ -5,10 +5,13 @@
 #include <gmock/gmock.h>
 #include <opencv2/core.hpp>
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <limits>
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace
@@ -57,7 +60,7 @@ TEST_F(Pattern, ComesBackAsItWasWritten)
 
 TEST_F(Pattern, MayBeWrittenByHand)
 {
-    Write("KV 1\r\n\n# a cross\n\tbed   900 600.0\nline 10 20 30 20 \nline 2e1 10 20 30\n\nend 2\n# done\n");
+    Write("KV 1\r\n\n#a cross\n\tbed   900 600.0\nline 10 20 30 20 \nline 2e1 10 20 30\n\nend 2\n# done\n");
     PatternFile pattern;
     ASSERT_EQ(Workbench::ReadPatternFile(File(), pattern), "");
     ASSERT_EQ(pattern.lines.size(), 2u);
@@ -69,11 +72,14 @@ TEST_F(Pattern, ThatIsDamagedIsRefusedWithTheLineThatIsWrong)
     for (const auto& [strText, strProblem] : std::vector<std::pair<std::string, std::string>>{
              {"", "empty"},
              {"KV 2\nbed 900 600\n", "line 1: the file does not begin"},
+             {"KV 1 1\nbed 900 600\n", "line 1: the file does not begin"},
              {"PK\x03\x04", "line 1: the file does not begin"},
              {g_begin + "line 1 2 3 4\n", "ends without"},
              {g_begin + "line 1 2 3 4\nline 1 2 3 4\nend 1\n", "line 5: the file holds 2 lines"},
              {g_begin + "line 1 2 3 4\nend 2\n", "line 4: the file holds 1 lines"},
              {g_begin + "line 1 2 3 4\nend 99999999999999999999\n", "line 4: the file holds 1 lines"},
+             {g_begin + "line 1 2 3 4\nend\n", "line 4: the file holds 1 lines"},
+             {g_begin + "line 1 2 3 4\nend 1 1\n", "line 4: the file holds 1 lines"},
              {g_begin + "end 0\n", "no line"},
              {g_begin + "line 1 2 3\n", "line 3: no line from"},
              {g_begin + "line 1 2 3 4 5\n", "line 3: no line from"},
@@ -83,12 +89,16 @@ TEST_F(Pattern, ThatIsDamagedIsRefusedWithTheLineThatIsWrong)
              {g_begin + "line 1 2 3 1e400\n", "line 3: no line from"},
              {g_begin + "line 1,5 2 3 4\n", "line 3: no line from"},
              {g_begin + "line 1 2 900.5 4\n", "line 3: a line that leaves"},
+             {g_begin + "line 900.5 2 3 4\n", "line 3: a line that leaves"},
+             {g_begin + "line 1 601 3 4\n", "line 3: a line that leaves"},
              {g_begin + "line 1 -2 3 4\n", "line 3: a line that leaves"},
              {g_begin + "line 1 2 3 601\n", "line 3: a line that leaves"},
              {g_begin + "circle 1 2 3\n", "line 3: no \"bed\""},
              {g_begin + "bed 900 600\n", "line 3: no bed"},
              {"KV 1\nbed 900 0\n", "line 2: no bed"},
+             {"KV 1\nbed 0 600\n", "line 2: no bed"},
              {"KV 1\nbed -900 600\n", "line 2: no bed"},
+             {"KV 1\nbed 10000.001 600\n", "line 2: no bed"},
              {"KV 1\nbed 1e9 600\n", "line 2: no bed"},
              {"KV 1\nline 1 2 3 4\n", "line 2: a line before"},
              {g_begin + "line 1 2 3 4\nend 1\nline 1 2 3 4\n", "line 5: something stands behind"},
@@ -105,6 +115,19 @@ TEST_F(Pattern, WithTooManyLinesIsRefused)
         strText += "line 1 2 3 4\n";
     }
     EXPECT_THAT(Problem(strText), HasSubstr("line 100003: more lines"));
+}
+
+TEST_F(Pattern, AsLargeAsOneMayBeIsRead)
+{
+    std::string strText = "KV 1\nbed 10000 10000\n";
+    for (int i = 0; i < 100'000; ++i) {
+        strText += "line 1 2 10000 4\n";
+    }
+    strText += "end 100000\n#";
+    Write(strText + std::string(16u * 1024 * 1024 - strText.size(), ' '));
+    PatternFile pattern;
+    ASSERT_EQ(Workbench::ReadPatternFile(File(), pattern), "");
+    EXPECT_EQ(pattern.lines.size(), 100'000u);
 }
 
 TEST_F(Pattern, OfOneEndlessLineIsRefused)
@@ -131,7 +154,7 @@ TEST_F(Pattern, ThatIsNoPlainFileIsRefused)
 TEST_F(Pattern, OfMoreBytesThanAnyIsNotRead)
 {
     Write(g_begin);
-    std::filesystem::resize_file(File(), 17u * 1024 * 1024);
+    std::filesystem::resize_file(File(), 16u * 1024 * 1024 + 1);
     PatternFile pattern;
     EXPECT_THAT(Workbench::ReadPatternFile(File(), pattern), HasSubstr("larger than any"));
 }
@@ -146,4 +169,32 @@ TEST_F(Pattern, ThatCouldNotBeReadAgainIsNotWritten)
     EXPECT_THAT(
         Workbench::WritePatternFile({{900.0, 600.0}, {{{1.0, 2.0}, {3.0, 4.0}}}}, m_folder.Path("nowhere/pattern.kv")),
         HasSubstr("cannot be written"));
+}
+
+TEST_F(Pattern, ThatTheDiskRefusesLeavesTheOneOfBeforeAndNoOtherFile)
+{
+    Write("the one of before");
+    PatternFile large{{900.0, 600.0}, {}};
+    large.lines.assign(1000, {{1.0, 2.0}, {3.0, 4.0}});
+    rlimit old{};
+    getrlimit(RLIMIT_FSIZE, &old);
+    auto* const pOldHandler = std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit little{4096, old.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &little);
+    const std::string strProblem = Workbench::WritePatternFile(large, File());
+    setrlimit(RLIMIT_FSIZE, &old);
+    std::signal(SIGXFSZ, pOldHandler);
+    EXPECT_THAT(strProblem, HasSubstr("cannot be written"));
+    EXPECT_EQ(m_folder.ReadAll("pattern.kv"), "the one of before");
+    const std::filesystem::directory_iterator entries(m_folder.Path(""));
+    EXPECT_EQ(std::distance(begin(entries), end(entries)), 1);
+}
+
+TEST_F(Pattern, ThatCannotBePutInItsPlaceLeavesNoOtherFile)
+{
+    std::filesystem::create_directory(File());
+    EXPECT_THAT(Workbench::WritePatternFile({{900.0, 600.0}, {{{1.0, 2.0}, {3.0, 4.0}}}}, File()),
+                HasSubstr("cannot be written"));
+    const std::filesystem::directory_iterator entries(m_folder.Path(""));
+    EXPECT_EQ(std::distance(begin(entries), end(entries)), 1);
 }
