@@ -40,6 +40,12 @@ std::shared_ptr<const Simulator::HeldChart> SimulatedDevice::Chart() const
     return m_pChart;
 }
 
+std::vector<Simulator::EngravedLine> SimulatedDevice::Pattern() const
+{
+    const std::lock_guard lock(m_stateMutex);
+    return m_bed.pattern;
+}
+
 SimulatedDevice::State SimulatedDevice::GetState() const
 {
     const std::lock_guard lock(m_stateMutex);
@@ -122,30 +128,35 @@ void SimulatedDevice::EngraveLines(const std::vector<Simulator::EngravedLine>& l
 
 bool SimulatedDevice::StartEngraving()
 {
-    std::vector<Simulator::EngravedLine> lines;
+    std::size_t nLines = 0;
+    std::size_t nEngraved = 0;
     ChangeState([&] {
-        lines = m_bed.pattern;
-        m_state.bBusy = !lines.empty();
+        nLines = m_bed.pattern.size();
+        m_state.bBusy = nLines > 0;
     });
-    if (lines.empty()) {
-        LogRefusal("nothing is engraved", "no pattern was sent");
-        return false;
-    }
-    {
+    if (nLines > 0) {
         const std::lock_guard lock(m_machineMutex);
-        const std::size_t nEngraved = m_pMachine->EngraveLines(lines);
+        // Only now: the machine may have been swapped during the wait for it, and its pattern is gone with it.
+        const std::vector<Simulator::EngravedLine> lines = Pattern();
+        nLines = lines.size();
+        if (nLines > 0) {
+            nEngraved = m_pMachine->EngraveLines(lines);
+        }
         ChangeState([&] {
             m_state.bBusy = false;
-            m_bed.engraved.insert(m_bed.engraved.end(), lines.begin(), lines.end());
-            // The machine may have been swapped meanwhile.
-            if (!m_bed.pattern.empty()) {
+            if (nLines > 0) {
+                m_bed.engraved.insert(m_bed.engraved.end(), lines.begin(), lines.end());
                 m_bed.nEngravedOfPattern = nEngraved;
                 m_state.bEngraved = true;
                 m_state.nEngraved = nEngraved;
             }
         });
-        ILog_WriteLogF(1, "Simulated machine: engraved %zu of %zu lines", nEngraved, lines.size());
     }
+    if (nLines == 0) {
+        LogRefusal("nothing is engraved", "no pattern was sent");
+        return false;
+    }
+    ILog_WriteLogF(1, "Simulated machine: engraved %zu of %zu lines", nEngraved, nLines);
     Keep();
     return true;
 }

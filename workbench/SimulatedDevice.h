@@ -70,7 +70,7 @@ public:
     }
 
     void PlaceMaterial();
-    /// Engraves the pattern that was sent; false where none was.
+    /// Engraves the pattern that was sent; false where none was, or another machine came in between.
     bool StartEngraving();
     /// Lines of the operator's own, beside any pattern.
     void EngraveLines(const std::vector<Simulator::EngravedLine>& lines);
@@ -110,6 +110,7 @@ private:
     int ImportDocument(const QString& strFile);
     /// The pattern that the machine engraves next.
     void TakePattern(const QString& strName, std::vector<Simulator::EngravedLine> lines);
+    std::vector<Simulator::EngravedLine> Pattern() const;
     std::shared_ptr<const Simulator::HeldChart> Chart() const;
     /// Changes the state under its lock, then tells.
     template <typename Change> void ChangeState(Change change);

@@ -11,6 +11,8 @@
 #include <QVariant>
 
 #include <thread>
+#include <utility>
+#include <vector>
 
 namespace
 {
@@ -126,6 +128,11 @@ TEST_F(DeviceService, CommandsThatItDoesNotKnowAreRefused)
 {
     EXPECT_EQ(m_device.RunCommand("OpenTheDoor", QVariant()), 1016);
     EXPECT_EQ(m_device.RunCommand(nullptr, QVariant()), 1016);
+    EXPECT_EQ(Import({900.0, 600.0}), 1011);
+    m_device.SwapMachine(1);
+    const QVariant pattern(QString::fromStdString(m_folder.Path("pattern.kv")));
+    EXPECT_EQ(m_device.RunCommand("devicedocumentimport", pattern), 1016);
+    EXPECT_TRUE(m_device.GetState().strPattern.isEmpty()) << "nothing is taken";
 }
 
 // ---- Patterns as files ----
@@ -144,9 +151,82 @@ TEST_F(DeviceService, APatternFileIsImportedAndEngravedWhenTheMachineIsStarted)
 
 TEST_F(DeviceService, APatternForASmallerBedIsTakenAndOneForALargerRefused)
 {
+    const double dBlank = LevelAt({300.0, 300.0});
     EXPECT_EQ(Import({900.0, 600.0}), 1011);
     EXPECT_EQ(Import({1300.5, 900.0}), 1016);
     EXPECT_EQ(Import({1300.0, 900.5}), 1016);
+    EXPECT_TRUE(m_device.StartEngraving());
+    EXPECT_LT(LevelAt({300.0, 300.0}), 0.9 * dBlank) << "from the same origin";
+}
+
+TEST_F(DeviceService, ANewPatternIsNotEngravedYetWhateverTheOneBeforeItWas)
+{
+    EXPECT_EQ(Import({900.0, 600.0}), 1011);
+    EXPECT_TRUE(m_device.StartEngraving());
+    EXPECT_EQ(m_device.GetState().nEngraved, 2u);
+    EXPECT_EQ(Import({1300.0, 900.0}), 1011);
+    EXPECT_FALSE(m_device.GetState().bEngraved);
+    EXPECT_EQ(m_device.GetState().nEngraved, 0u);
+}
+
+TEST_F(DeviceService, AnImportedPatternIsKeptAndSoIsWhetherItWasEngraved)
+{
+    const QString strFile = QString::fromStdString(m_folder.Path("bed.json"));
+    m_device.KeepIn(strFile, true);
+    const auto kept = [&] {
+        SimulatedDevice later(Simulator::Machine::Kind::Automatic, 1);
+        later.KeepIn(strFile, true);
+        return later.GetState();
+    };
+    EXPECT_EQ(Import({900.0, 600.0}), 1011);
+    EXPECT_EQ(kept().strPattern, "pattern.kv");
+    EXPECT_EQ(kept().nLines, 2u);
+    EXPECT_FALSE(kept().bEngraved);
+    EXPECT_TRUE(m_device.StartEngraving());
+    EXPECT_TRUE(kept().bEngraved);
+    EXPECT_EQ(Import({1300.0, 900.0}), 1011);
+    EXPECT_FALSE(kept().bEngraved);
+}
+
+TEST_F(DeviceService, WhileItEngravesItIsBusyAndTakesNothing)
+{
+    Stage(m_device, g_listTwo);
+    ASSERT_EQ(Send(m_device), 1011);
+    std::vector<int> answers;
+    QObject::connect(
+        &m_device, &SimulatedDevice::StateChangedSignal, &m_device,
+        [&] {
+            if (m_device.GetState().bBusy) {
+                answers = {m_device.GetChannel()->GetBusy(), Import({900.0, 600.0}), Send(m_device)};
+            }
+        },
+        Qt::DirectConnection);
+    EXPECT_TRUE(m_device.StartEngraving());
+    EXPECT_THAT(answers, testing::ElementsAre(1, 1001, 1001));
+    EXPECT_EQ(m_device.GetChannel()->GetBusy(), 0);
+    EXPECT_EQ(m_device.GetState().strPattern, "TwoCalib.kv");
+    EXPECT_EQ(Import({900.0, 600.0}), 1011);
+}
+
+TEST_F(DeviceService, AMachineThatIsSwappedBeforeTheEngravingBeginsStaysBlank)
+{
+    EXPECT_EQ(Import({900.0, 600.0}), 1011);
+    bool bSwapped = false;
+    QObject::connect(
+        &m_device, &SimulatedDevice::StateChangedSignal, &m_device,
+        [&] {
+            if (!std::exchange(bSwapped, true)) {
+                m_device.SwapMachine(7);
+            }
+        },
+        Qt::DirectConnection);
+    EXPECT_FALSE(m_device.StartEngraving());
+    EXPECT_FALSE(m_device.GetState().bBusy);
+    EXPECT_FALSE(m_device.GetState().bEngraved);
+    SimulatedDevice blank(Simulator::Machine::Kind::Automatic, 7);
+    cv::Mat expected;
+    ASSERT_EQ(blank.Snap("left", expected), 0);
+    EXPECT_EQ(cv::norm(expected, Picture("left"), cv::NORM_INF), 0.0);
 }
 
 TEST_F(DeviceService, APatternFileThatCannotBeReadIsRefusedAndThePatternBeforeItStays)
