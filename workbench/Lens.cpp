@@ -7,10 +7,12 @@
 #include "PictureFile.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 
 namespace Workbench
 {
@@ -27,24 +29,66 @@ QString CoverageFile(const CommandLine& line)
     return out.dir().filePath(out.completeBaseName() + "_coverage.png");
 }
 
-Failure NotWritten(const QString& strFile, const QString& strReason)
+constexpr const char* g_pParameters = "camera parameters";
+
+Failure NotWritten(const QString& strWhat, const QString& strFile, const QString& strReason)
 {
-    return Failure(QString("The camera parameters cannot be written to %1: %2.").arg(strFile, strReason));
+    return Failure(QString("The %1 cannot be written to %2: %3.").arg(strWhat, strFile, strReason));
 }
 
 /// Asked before the work, which takes its time.
-void RequirePlaceFor(const QString& strFile)
+void RequirePlaceFor(const QString& strWhat, const QString& strFile)
 {
     const QFileInfo file(strFile);
     if (file.exists() && !file.isFile()) {
-        throw NotWritten(strFile, file.isDir() ? "it is a folder" : "it is no file");
+        throw NotWritten(strWhat, strFile, file.isDir() ? "it is a folder" : "it is no file");
     }
     const QFileInfo folder(file.absolutePath());
     if (!folder.isDir() || !folder.isWritable()) {
-        throw NotWritten(strFile, folder.isDir() ? "its folder may not be written by this user"
-                                                 : "there is no folder " + folder.filePath());
+        throw NotWritten(strWhat, strFile,
+                         folder.isDir() ? "its folder may not be written by this user"
+                                        : "there is no folder " + folder.filePath());
     }
 }
+
+/// The same file, however its folder is written.
+bool SamePlace(const QString& strFile, const QString& strOther)
+{
+    const QFileInfo file(strFile);
+    const QFileInfo other(strOther);
+    return file.fileName() == other.fileName() &&
+           QDir(file.absolutePath()).canonicalPath() == QDir(other.absolutePath()).canonicalPath();
+}
+
+/// The camera's file beside its place, until it is put there; gone where it
+/// never is.
+class NewLensFile
+{
+public:
+    NewLensFile(const QString& strOut, const LensReport& report) : m_strOut(strOut), m_strBeside(strOut + ".new")
+    {
+        if (!Korvane::CameraCalibration::SaveCameraParameters(m_strBeside.toLocal8Bit().toStdString(),
+                                                              report.cameraMatrix, report.distCoeffs, report.dRmsPx)) {
+            throw NotWritten(g_pParameters, m_strOut, "the log says more");
+        }
+    }
+    ~NewLensFile() { QFile::remove(m_strBeside); }
+    NewLensFile(const NewLensFile&) = delete;
+    NewLensFile& operator=(const NewLensFile&) = delete;
+
+    void PutInPlace() const
+    {
+        std::error_code error;
+        std::filesystem::rename(m_strBeside.toLocal8Bit().toStdString(), m_strOut.toLocal8Bit().toStdString(), error);
+        if (error) {
+            throw NotWritten(g_pParameters, m_strOut, QString::fromStdString(error.message()));
+        }
+    }
+
+private:
+    QString m_strOut;
+    QString m_strBeside;
+};
 
 void PrintViews(const LensReport& report, const CommandLine& line)
 {
@@ -74,7 +118,8 @@ void PrintLens(const LensReport& report)
 {
     const cv::Mat& camera = report.cameraMatrix;
     std::printf("%zu of %zu pictures used, residual %.3f px rms\n", report.Used(), report.views.size(), report.dRmsPx);
-    std::printf("focal length %.2f x %.2f px, principal point %.2f %.2f px, pictures of %d x %d px\n",
+    std::printf("focal length %.2f x %.2f px, principal point %.2f %.2f px, "
+                "pictures of %d x %d px\n",
                 camera.at<double>(0, 0), camera.at<double>(1, 1), camera.at<double>(0, 2), camera.at<double>(1, 2),
                 report.pictureSize.width, report.pictureSize.height);
     std::printf("distortion");
@@ -97,22 +142,21 @@ int RunLens(const CommandLine& line)
 {
     const QString strCoverage = CoverageFile(line);
     RequirePictureSuffix(strCoverage);
-    if (QFileInfo(strCoverage).absoluteFilePath() == QFileInfo(line.strOut).absoluteFilePath()) {
+    RequirePlaceFor(g_pParameters, line.strOut);
+    RequirePlaceFor("picture", strCoverage);
+    if (SamePlace(strCoverage, line.strOut)) {
         throw Failure("--out and --coverage name the same file. See --help.", {}, WrongUse);
     }
-    RequirePlaceFor(line.strOut);
-    const LensReport report = CalibrateLens(line.strImages, line.chartDiscs);
+    const LensReport report = CalibrateLens(line.strImages, line.chartDiscs, strCoverage);
     PrintViews(report, line);
     std::fflush(stdout);
     if (!report.strProblem.empty()) {
         throw Failure("The pictures in %1 tell no lens: %2.",
                       {line.strImages, QString::fromStdString(report.strProblem)});
     }
+    const NewLensFile lens(line.strOut, report);
     WritePicture(strCoverage, DrawCoverage(report));
-    if (!Korvane::CameraCalibration::SaveCameraParameters(line.strOut.toLocal8Bit().toStdString(), report.cameraMatrix,
-                                                          report.distCoeffs, report.dRmsPx)) {
-        throw NotWritten(line.strOut, "the log says more");
-    }
+    lens.PutInPlace();
     PrintLens(report);
     std::printf("%s: camera parameters\n%s: what the charts covered\n", qPrintable(line.strOut),
                 qPrintable(strCoverage));

@@ -8,6 +8,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include <QDir>
+#include <QFileInfo>
 
 #include <algorithm>
 #include <cmath>
@@ -50,16 +51,22 @@ cv::Mat InColour(const cv::Mat& picture)
     return colour;
 }
 
-std::vector<Photograph> ReadFolder(const QString& strFolder)
+std::vector<Photograph> ReadFolder(const QString& strFolder, const QString& strOwnPicture)
 {
     const QDir folder(strFolder);
     if (!folder.exists()) {
         throw Failure(QString("There is no folder %1.").arg(strFolder));
     }
-    const QStringList listNames =
+    QStringList listNames =
         folder.entryList({"*.jpg", "*.jpeg", "*.png", "*.bmp", "*.tif", "*.tiff"}, QDir::Files, QDir::Name);
+    const QFileInfo own(strOwnPicture);
+    if (QDir(own.absolutePath()) == folder) {
+        listNames.removeAll(own.fileName());
+    }
     if (listNames.isEmpty()) {
-        throw Failure(QString("There is no picture in %1; .jpg, .png, .bmp and .tif are looked for.").arg(strFolder));
+        throw Failure(QString("There is no picture in %1; .jpg, .png, .bmp and "
+                              ".tif are looked for.")
+                          .arg(strFolder));
     }
     std::vector<Photograph> photographs;
     std::size_t nBytes = 0;
@@ -73,14 +80,17 @@ std::vector<Photograph> ReadFolder(const QString& strFolder)
         }
         nBytes += photograph.picture.total() * photograph.picture.elemSize();
         if (nBytes > g_nMostBytes) {
-            throw Failure(QString("The pictures in %1 take more than 4 GiB of memory: fewer will do.").arg(strFolder));
+            throw Failure(QString("The pictures in %1 take more than 4 GiB of "
+                                  "memory: fewer will do.")
+                              .arg(strFolder));
         }
         photographs.push_back(std::move(photograph));
     }
     return photographs;
 }
 
-/// The size that most of them have; of two that are as frequent, that of the first picture.
+/// The size that most of them have; of two that are as frequent, that of the
+/// first picture.
 cv::Size UsualSize(const std::vector<Photograph>& photographs)
 {
     const auto count = [&](const cv::Size& size) {
@@ -133,7 +143,8 @@ std::vector<cv::Point3f> ChartPoints(const cv::Size& chart)
     return points;
 }
 
-/// Where the chart was held, by the lens that was found, and how far its discs are from where they should be seen.
+/// Where the chart was held, by the lens that was found, and how far its discs
+/// are from where they should be seen.
 void MeasureView(const LensReport& report, LensView& view)
 {
     const std::vector<cv::Point3f> chart = ChartPoints(report.chart);
@@ -160,9 +171,9 @@ std::size_t LensReport::Used() const
         std::count_if(views.begin(), views.end(), [](const LensView& view) { return view.IsUsed(); }));
 }
 
-LensReport CalibrateLens(const QString& strFolder, const QSize& chartDiscs)
+LensReport CalibrateLens(const QString& strFolder, const QSize& chartDiscs, const QString& strOwnPicture)
 {
-    std::vector<Photograph> photographs = ReadFolder(strFolder);
+    std::vector<Photograph> photographs = ReadFolder(strFolder, strOwnPicture);
     LensReport report;
     report.pictureSize = UsualSize(photographs);
     report.chart = {chartDiscs.width(), chartDiscs.height()};

@@ -1,7 +1,8 @@
 #pragma once
 
-// A camera's lens from a folder of photographs of a chart of discs, and what each photograph was worth. It asks the
-// vision module for what the wizard's distortion engine asks it for, so both come to the same lens.
+// A camera's lens from a folder of photographs of a chart of discs, and what
+// each photograph was worth. It asks the vision module for what the wizard's
+// distortion engine asks it for, so both come to the same lens.
 
 #include <opencv2/core.hpp>
 
@@ -16,11 +17,15 @@ namespace Workbench
 
 struct LensView {
     QString strName;                  ///< file name without its folder
-    QString strLeftOut;               ///< why it was left out; empty for one that the lens was fitted to
-    std::vector<cv::Point2f> centres; ///< of the discs, pixels, row by row; empty where no chart was found
-    double dRmsPx = 0.0;              ///< of the centres from where the lens shows the chart; 0 without one
+    QString strLeftOut;               ///< why it was left out; empty for one that the lens was
+                                      ///< fitted to
+    std::vector<cv::Point2f> centres; ///< of the discs, pixels, row by row; empty
+                                      ///< where no chart was found
+    double dRmsPx = 0.0;              ///< of the centres from where the lens shows the chart;
+                                      ///< 0 without one
     double dTiltDeg = 0.0;            ///< of the chart against the picture
-    double dDistance = 0.0;           ///< of the chart's middle from the camera, in distances from disc to disc
+    double dDistance = 0.0;           ///< of the chart's middle from the camera, in
+                                      ///< distances from disc to disc
 
     bool IsUsed() const { return strLeftOut.isEmpty(); }
 };
@@ -37,8 +42,11 @@ struct LensReport {
     std::size_t Used() const;
 };
 
-/// A photograph that cannot be read, has another size than most, or shows no chart is left out.
-/// Throws `Failure` where there is no folder or no picture in it.
-LensReport CalibrateLens(const QString& strFolder, const QSize& chartDiscs);
+/// A photograph that cannot be read, has another size than most, or shows no
+/// chart is left out.
+/// @param strOwnPicture  a file that is passed over where it lies in the
+/// folder: what an earlier run drew Throws `Failure` where there is no folder
+/// or no picture in it.
+LensReport CalibrateLens(const QString& strFolder, const QSize& chartDiscs, const QString& strOwnPicture);
 
 } // namespace Workbench

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <opencv2/calib3d.hpp>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
@@ -16,9 +17,12 @@
 
 #include <sys/stat.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
 #include <memory>
+#include <numbers>
 
 using Simulator::Side;
 
@@ -43,9 +47,30 @@ struct Photographs {
             if (i <= 3) {
                 chart.layout = {10, 10, 18.0, 9.0, 15.0};
                 distancesMm.push_back(cv::norm(chart.middleMm - Simulator::Truth(machine).CameraCentreMm(Side::Left)));
+                tiltsDeg.push_back(TiltDeg(chart));
                 Write(chart, "ten/" + std::to_string(i) + ".png");
             }
         }
+    }
+
+    /// Of the chart against the camera's picture.
+    double TiltDeg(const Simulator::HeldChart& chart) const
+    {
+        std::vector<cv::Point3d> discsMm;
+        for (int r = 0; r < chart.layout.nRows; ++r) {
+            for (int c = 0; c < chart.layout.nCols; ++c) {
+                const cv::Point2d mm = chart.layout.DiscMm(c, r);
+                discsMm.emplace_back(mm.x, mm.y, 0.0);
+            }
+        }
+        const Simulator::Truth truth(machine);
+        cv::Vec3d turn;
+        cv::Vec3d place;
+        cv::solvePnP(discsMm, truth.ChartCentres(Side::Left, chart), truth.CameraMatrix(Side::Left), cv::noArray(),
+                     turn, place);
+        cv::Matx33d cameraFromChart;
+        cv::Rodrigues(turn, cameraFromChart);
+        return std::acos(std::abs(cameraFromChart(2, 2))) * 180.0 / std::numbers::pi;
     }
 
     void Write(const Simulator::HeldChart& chart, const std::string& strName)
@@ -61,6 +86,7 @@ struct Photographs {
     TempFolder folder;
     Simulator::Machine machine;
     std::vector<double> distancesMm; ///< of the charts of 10 x 10 from the camera
+    std::vector<double> tiltsDeg;    ///< of the same
 };
 
 class LensCommand : public testing::Test
@@ -175,13 +201,17 @@ TEST_F(LensCommand, ViewsAreListedByNameWithWhatEachWasWorth)
 {
     const WorkbenchRun run = RunLens(Seven());
     qsizetype nBefore = 0;
+    double dSquares = 0.0;
     for (int i = 1; i <= g_nCharts; ++i) {
         const qsizetype nPlace = run.strOutput.indexOf(QString("  %1.png  used: ").arg(i));
         EXPECT_GT(nPlace, nBefore) << qPrintable(run.strOutput);
         nBefore = nPlace;
-        EXPECT_TRUE(LineOf(run, QString("%1.png").arg(i))
-                        .contains(QRegularExpression("used: 0\\.[0-9]{2} px rms, tilt [0-9]+ deg$")));
+        const auto match = QRegularExpression("used: (0\\.[0-9]{2}) px rms, tilt [0-9]+ deg$")
+                               .match(LineOf(run, QString("%1.png").arg(i)));
+        EXPECT_TRUE(match.hasMatch()) << qPrintable(run.strOutput);
+        dSquares += match.captured(1).toDouble() * match.captured(1).toDouble();
     }
+    EXPECT_NEAR(std::sqrt(dSquares / g_nCharts), Written().dError, 0.01) << "the views' figures are those of the whole";
 }
 
 TEST_F(LensCommand, WhatIsLeftOutIsToldWithTheReason)
@@ -211,15 +241,70 @@ TEST_F(LensCommand, WhatIsLeftOutIsToldWithTheReason)
     EXPECT_TRUE(LineOf(run, "sheared.png").contains("px rms off the lens of the others")) << qPrintable(run.strOutput);
 }
 
-TEST_F(LensCommand, GreyPicturesServeAsWell)
+TEST_F(LensCommand, PicturesInGreyOrWithAnAlphaChannelServeAsWell)
 {
     const std::string strFolder = CopyOfSeven();
     cv::Mat grey;
     cv::cvtColor(Picture("1.png"), grey, cv::COLOR_BGR2GRAY);
     ASSERT_TRUE(cv::imwrite(strFolder + "1.png", grey));
+    cv::Mat withAlpha;
+    cv::cvtColor(Picture("2.png"), withAlpha, cv::COLOR_BGR2BGRA);
+    ASSERT_TRUE(cv::imwrite(strFolder + "2.png", withAlpha));
     const WorkbenchRun run = RunLens(QString::fromStdString(strFolder));
     ExpectSuccess(run);
     EXPECT_TRUE(run.strOutput.contains("5 of 5 pictures used"));
+}
+
+TEST_F(LensCommand, PicturesOfEachFormatAreTaken)
+{
+    const std::string strFolder = CopyOfSeven();
+    const char* const formats[] = {"1.JPG", "2.jpeg", "3.bmp", "4.tif", "5.TIFF"};
+    for (const char* pName : formats) {
+        const std::string strPng = std::string(1, *pName) + ".png";
+        ASSERT_TRUE(cv::imwrite(strFolder + pName, Picture(strPng)));
+        std::filesystem::remove(strFolder + strPng);
+    }
+    const WorkbenchRun run = RunLens(QString::fromStdString(strFolder));
+    ExpectSuccess(run);
+    for (const char* pName : formats) {
+        EXPECT_TRUE(LineOf(run, pName).contains("used:")) << qPrintable(run.strOutput);
+    }
+}
+
+TEST_F(LensCommand, APhotographThatSaysHowItWasTurnedIsTakenAsTheSensorDeliveredIt)
+{
+    const std::string strFolder = CopyOfSeven();
+    std::vector<unsigned char> jpeg;
+    ASSERT_TRUE(cv::imencode(".jpg", Picture("1.png"), jpeg, {cv::IMWRITE_JPEG_QUALITY, 98}));
+    // Behind the begin of the file: a note that the picture stands right when it is turned by 90 degrees.
+    constexpr char szNote[] = "\xFF\xE1\x00\x22"
+                              "Exif\0\0"
+                              "MM\0\x2A\0\0\0\x08"
+                              "\0\x01\x01\x12\0\x03\0\0\0\x01\0\x06\0\0"
+                              "\0\0\0\0";
+    static_assert(sizeof szNote - 1 == 2 + 0x22);
+    jpeg.insert(jpeg.begin() + 2, szNote, szNote + sizeof szNote - 1);
+    m_own.Write("copy/1.jpg",
+                QByteArray(reinterpret_cast<const char*>(jpeg.data()), static_cast<qsizetype>(jpeg.size())));
+    std::filesystem::remove(strFolder + "1.png");
+    ASSERT_EQ(cv::imread(strFolder + "1.jpg").cols, Picture("2.png").rows) << "others turn it";
+    const WorkbenchRun run = RunLens(QString::fromStdString(strFolder));
+    ExpectSuccess(run);
+    EXPECT_TRUE(run.strOutput.contains("5 of 5 pictures used")) << qPrintable(run.strOutput);
+}
+
+TEST_F(LensCommand, OfTwoSizesThatAreAsFrequentTheFirstPicturesIsTaken)
+{
+    std::filesystem::create_directory(m_own.Path("mixed"));
+    const cv::Mat small = cv::Mat(480, 640, CV_8UC3, cv::Scalar::all(128));
+    for (const char* pName : {"1.png", "2.png", "3.png"}) {
+        std::filesystem::copy((Seven() + "/" + pName).toStdString(), m_own.Path("mixed"));
+        ASSERT_TRUE(cv::imwrite(m_own.Path(std::string("mixed/small") + pName), small));
+    }
+    const WorkbenchRun run = RunLens(Own("mixed"));
+    ExpectSuccess(run);
+    EXPECT_TRUE(run.strOutput.contains("3 of 6 pictures used")) << qPrintable(run.strOutput);
+    EXPECT_TRUE(run.strOutput.contains("pictures of 1296 x 972 px")) << qPrintable(run.strOutput);
 }
 
 TEST_F(LensCommand, AnotherChartIsNamedByItsDiscsAndASpacingTellsDistances)
@@ -228,9 +313,11 @@ TEST_F(LensCommand, AnotherChartIsNamedByItsDiscsAndASpacingTellsDistances)
     ExpectSuccess(run);
     EXPECT_TRUE(run.strOutput.contains("3 of 3 pictures used")) << qPrintable(run.strOutput);
     for (int i = 1; i <= 3; ++i) {
-        const auto match = QRegularExpression("([0-9]+) mm away$").match(LineOf(run, QString("%1.png").arg(i)));
+        const auto match =
+            QRegularExpression("tilt ([0-9]+) deg, ([0-9]+) mm away$").match(LineOf(run, QString("%1.png").arg(i)));
+        EXPECT_NEAR(match.captured(1).toDouble(), s_pPhotographs->tiltsDeg[static_cast<std::size_t>(i - 1)], 1.5);
         const double dTruthMm = s_pPhotographs->distancesMm[static_cast<std::size_t>(i - 1)];
-        EXPECT_NEAR(match.captured(1).toDouble(), dTruthMm, 0.03 * dTruthMm) << qPrintable(run.strOutput);
+        EXPECT_NEAR(match.captured(2).toDouble(), dTruthMm, 0.03 * dTruthMm) << qPrintable(run.strOutput);
     }
 }
 
@@ -292,10 +379,50 @@ TEST_F(LensCommand, APlaceThatCannotBeWrittenIsToldBeforeTheWork)
 
 TEST_F(LensCommand, ACoverageThatCannotBeWrittenLeavesNoLensEither)
 {
-    ExpectFailure(RunLens(Seven(), {"--coverage", Own("none/c.png")}), g_nFailed, Own("none/c.png"));
+    const WorkbenchRun run = RunLens(Seven(), {"--coverage", Own("none/c.png")});
+    ExpectFailure(run, g_nFailed, "The picture cannot be written to " + Own("none/c.png"));
+    EXPECT_TRUE(run.strOutput.isEmpty()) << "told before the work";
     ExpectFailure(RunLens(Seven(), {"--coverage", Own("c.strange")}), g_nWrongUse, "c.strange");
-    ExpectFailure(Run({"lens", "--images", Seven(), "--out", Own("a.png"), "--coverage", Own("a.png")}), g_nWrongUse,
-                  "the same file");
+    for (const char* pName : {"a.png", "./a.png", ".local/../a.png"}) {
+        std::filesystem::create_directory(m_own.Path(".local"));
+        ExpectFailure(Run({"lens", "--images", Seven(), "--out", Own("a.png"), "--coverage", Own(pName)}), g_nWrongUse,
+                      "the same file");
+    }
+}
+
+TEST_F(LensCommand, WhereOneOfItsTwoFilesCannotBeWrittenBothStayAsTheyWere)
+{
+    std::filesystem::create_directory(m_own.Path("out"));
+    // A name that fits the disk, but not with what is written beside it.
+    const std::string strLong(250, 'l');
+    const struct {
+        std::string strOut;
+        std::string strCoverage;
+    } rows[] = {{"out/lens.xml", "out/" + strLong + ".png"}, {"out/" + strLong + ".xml", "out/field.png"}};
+    for (const auto& row : rows) {
+        m_own.Write(row.strOut, "the lens of before");
+        m_own.Write(row.strCoverage, "the field of before");
+        const WorkbenchRun run =
+            Run({"lens", "--images", Seven(), "--out", Own(row.strOut), "--coverage", Own(row.strCoverage)});
+        ExpectFailure(run, g_nFailed, "cannot be written to " + Own("out/" + strLong));
+        EXPECT_EQ(m_own.ReadAll(row.strOut), "the lens of before");
+        EXPECT_EQ(m_own.ReadAll(row.strCoverage), "the field of before");
+        const std::filesystem::directory_iterator entries(m_own.Path("out"));
+        EXPECT_EQ(std::distance(begin(entries), end(entries)), 2) << "nothing else is left";
+        std::filesystem::remove(m_own.Path(row.strOut));
+        std::filesystem::remove(m_own.Path(row.strCoverage));
+    }
+}
+
+TEST_F(LensCommand, TheCoverageOfAnEarlierRunIsNoPhotograph)
+{
+    const QString strFolder = QString::fromStdString(CopyOfSeven());
+    for (int i = 0; i < 2; ++i) {
+        const WorkbenchRun run = Run({"lens", "--images", strFolder, "--out", Own("copy/lens.xml")});
+        ExpectSuccess(run);
+        EXPECT_TRUE(run.strOutput.contains("5 of 5 pictures used")) << qPrintable(run.strOutput);
+        EXPECT_TRUE(std::filesystem::exists(m_own.Path("copy/lens_coverage.png")));
+    }
 }
 
 /// The photographs are not part of the project. Where CTC_CHART_PHOTOS names their folder, this runs.
