@@ -1,12 +1,11 @@
 #include "CameraWorker.h"
 
-#include "FileStore.h"
+#include "FrameFile.h"
 #include "ImageConversion.h"
 #include "LibraryLoader.h"
 #include "Log.h"
 
 #include <opencv2/core.hpp>
-#include <opencv2/imgcodecs.hpp>
 
 #include <QByteArray>
 #include <QDebug>
@@ -265,11 +264,8 @@ void CameraWorker::SaveIfWanted(const cv::Mat& frame)
         }
         strPath = m_strPicPath;
     }
-    try {
-        cv::imwrite(ToLocalBytes(strPath).toStdString(), frame);
-    } catch (const cv::Exception&) {
-        // Whoever gets the signal looks for the file.
-    }
+    // Whoever gets the signal looks for the file.
+    WriteFrame(strPath, frame);
     emit SavePicSuccessSignal(strPath);
 }
 
