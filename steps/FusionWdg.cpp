@@ -346,6 +346,8 @@ void FusionWdg::on_pushButton_confirm_clicked()
     // The page goes on whatever came of it; this is meant.
     if (nSaved == 0) {
         LogNotWritten(strFile);
+        // One of a run that broke off must not pass for this one's.
+        QFile::remove(strFile);
     }
     // Whoever closes the host on the first signal takes this page along.
     const QPointer<FusionWdg> pAlive(this);

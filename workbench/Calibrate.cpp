@@ -6,6 +6,7 @@
 #include "ErrorMap.h"
 #include "Failure.h"
 #include "FolderLock.h"
+#include "FolderRoom.h"
 #include "HostSession.h"
 #include "MachineTypes.h"
 #include "Measurement.h"
@@ -85,6 +86,14 @@ MachineHands HandsOn(SimulatedDevice& device, bool bSimulatedCameras)
     hands.hasPattern = [&device] { return !device.GetState().strPattern.isEmpty(); };
     hands.isEngraved = [&device] { return device.GetState().bEngraved; };
     hands.startEngraving = [&device] { return device.StartEngraving(); };
+    hands.whyNoPlace = [](qint64 nBytes) {
+        try {
+            RequireRoom(DataRoot() + "/Vision/calib/Camera_Two", nBytes);
+        } catch (const Failure& failure) {
+            return QString::fromUtf8(failure.what());
+        }
+        return QString();
+    };
     if (bSimulatedCameras) {
         hands.holdChart = [&device](bool bRight, int nPose) {
             device.HoldChart({.side = bRight ? Simulator::Side::Right : Simulator::Side::Left, .nPose = nPose});
@@ -205,6 +214,9 @@ int RunCalibrate(const CommandLine& line)
     MakeFolder(DataRoot());
     const FolderLock lockOut(strOut);
     auto pLockData = std::make_unique<FolderLock>(DataRoot());
+    // Before minutes are spent on what could not be kept.
+    RequireRoom(strOut);
+    RequireRoom(DataRoot());
 
     AccuracyReport report;
     report.strFlow = line.strFlow;

@@ -1,5 +1,6 @@
 // The operator at the pages of the manual flow.
 
+#include "FolderRoom.h"
 #include "OperatorHands.h"
 #include "WizardOperator.h"
 
@@ -24,6 +25,8 @@ constexpr int g_nLiveNeeded = 2;
 constexpr qint64 g_nLiveMs = 10'000;
 /// How long a person has for moving the chart.
 constexpr qint64 g_nPersonMs = 4'000;
+/// More than the files that the last page writes.
+constexpr qint64 g_nRecordBytes = 64 << 10;
 
 bool IsEnabled(const QWidget& page, const char* pButton)
 {
@@ -114,6 +117,10 @@ void WizardOperator::AwaitPicture(QWidget& page)
         return;
     }
     if (m_bPoorPicture) {
+        if (const QString strNoPlace = m_hands.whyNoPlace(g_nPictureBytes); !strNoPlace.isEmpty()) {
+            Fail(strNoPlace);
+            return;
+        }
         if (++m_nPoor > g_nMostPoor) {
             Fail(QString("The page takes none of %1 pictures of the chart in a row.").arg(m_nPoor));
             return;
@@ -206,7 +213,10 @@ void WizardOperator::UseMarkPage(QWidget& page)
         }
         break;
     case 3:
-        if (Press(page, "pushButton_confirm")) {
+        // The page tells of success whatever it could write.
+        if (const QString strNoPlace = m_hands.whyNoPlace(g_nRecordBytes); !strNoPlace.isEmpty()) {
+            Fail(strNoPlace);
+        } else if (Press(page, "pushButton_confirm")) {
             m_bConfirmed = true;
             NextPhase();
         } else {

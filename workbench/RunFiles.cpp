@@ -2,6 +2,7 @@
 
 #include "DataFolder.h"
 #include "Failure.h"
+#include "FolderRoom.h"
 #include "InstallResources.h"
 #include "Log.h"
 
@@ -101,6 +102,12 @@ void RunFiles::Prepare(Opening opening, const std::function<bool(const QString&)
 {
     if (!QDir().mkpath(m_strFolder)) {
         throw Failure("The folder %1 cannot be made.", {m_strFolder});
+    }
+    // The wizard passes over what it cannot write.
+    for (const char* pName : {"", "/Result", "/Output", "/Output/L_images", "/Output/R_images", "/Temp"}) {
+        if (QFileInfo(m_strFolder + pName).isDir()) {
+            RequireRoom(m_strFolder + pName);
+        }
     }
     Recover();
     PutOtherFlowAside();

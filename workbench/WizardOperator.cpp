@@ -1,5 +1,6 @@
 #include "WizardOperator.h"
 
+#include "FolderRoom.h"
 #include "Log.h"
 #include "OperatorHands.h"
 #include "Translator.h"
@@ -293,10 +294,12 @@ void WizardOperator::GoBack(QWidget& page)
 void WizardOperator::Fail(const QString& strProblem)
 {
     if (m_strProblem.isEmpty()) {
-        m_strProblem = strProblem;
+        // Now: a wizard that is cancelled clears its files away, and so makes room.
+        const QString strNoPlace = m_hands.whyNoPlace(g_nPictureBytes);
+        m_strProblem = strNoPlace.isEmpty() ? strProblem : strNoPlace;
         m_nPhase = 0;
         m_sincePhase.restart();
-        ILog_WriteLogF(2, "Operator: %s", strProblem.toUtf8().constData());
+        ILog_WriteLogF(2, "Operator: %s", m_strProblem.toUtf8().constData());
     }
 }
 

@@ -26,7 +26,7 @@ class QWidget;
 namespace Workbench
 {
 
-/// What the operator sees of the machine, and the button that it has.
+/// What the operator sees of the machine and of the computer that it stands beside, and the button that it has.
 struct MachineHands {
     std::function<bool()> hasPattern;     ///< a pattern was sent to it
     std::function<bool()> isEngraved;     ///< and burnt into the material that lies there
@@ -36,6 +36,10 @@ struct MachineHands {
     /// has to do it.
     std::function<bool(bool bRight, int nPose)> holdChart = [](bool, int) { return false; };
     std::function<void()> takeChartAway = [] {};
+    /// Why the run's files find no place, in a sentence; empty where they do. The wizard passes over what it cannot
+    /// write and says something else.
+    /// @param nBytes  of one file
+    std::function<QString(qint64 nBytes)> whyNoPlace = [](qint64) { return QString(); };
 };
 
 /// What the wizard shows for a key, in the operator's language.

@@ -1,10 +1,14 @@
 #include "CalibrateProcess.h"
 
+#include "FullDisk.h"
+
 #include <QElapsedTimer>
 #include <QFile>
 #include <QJsonDocument>
 #include <QProcess>
 #include <QProcessEnvironment>
+
+#include <csignal>
 
 namespace
 {
@@ -18,13 +22,17 @@ QStringList CalibrateProcess::Words(const QStringList& more) const
     return QStringList{"calibrate", "--flow", m_strFlow, "--data", Path("data"), "--out", Path("out")} + more;
 }
 
-bool CalibrateProcess::KillAt(const QString& strWord, const QStringList& more) const
+void CalibrateProcess::Start(QProcess& process, const QStringList& more) const
 {
-    QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert("HOME", m_folder.path());
     process.setProcessEnvironment(environment);
+    process.setChildProcessModifier([] { std::signal(SIGXFSZ, SIG_IGN); });
     process.start(WorkbenchFile(), Words(more));
+}
+
+QByteArray CalibrateProcess::ReadUntil(QProcess& process, const QString& strWord)
+{
     QElapsedTimer clock;
     clock.start();
     QByteArray output;
@@ -33,12 +41,36 @@ bool CalibrateProcess::KillAt(const QString& strWord, const QStringList& more) c
         process.waitForReadyRead(100);
         output += process.readAllStandardOutput();
     }
-    const bool bSaid = output.contains(strWord.toUtf8());
+    EXPECT_TRUE(output.contains(strWord.toUtf8())) << strWord.toStdString() << " was not said: " << output.toStdString()
+                                                   << process.readAllStandardError().toStdString();
+    return output;
+}
+
+bool CalibrateProcess::KillAt(const QString& strWord, const QStringList& more) const
+{
+    QProcess process;
+    Start(process, more);
+    const bool bSaid = ReadUntil(process, strWord).contains(strWord.toUtf8());
     process.kill();
     process.waitForFinished();
-    EXPECT_TRUE(bSaid) << strWord.toStdString() << " was not said: " << output.toStdString()
-                       << process.readAllStandardError().toStdString();
     return bSaid;
+}
+
+WorkbenchRun CalibrateProcess::RunWithoutRoomFrom(const QString& strWord) const
+{
+    QProcess process;
+    Start(process, {});
+    WorkbenchRun run;
+    run.strOutput = QString::fromUtf8(ReadUntil(process, strWord));
+    EXPECT_TRUE(FillDiskOf(static_cast<pid_t>(process.processId())));
+    if (process.waitForFinished(g_nMostMs) && process.exitStatus() == QProcess::NormalExit) {
+        run.nExitCode = process.exitCode();
+    }
+    process.kill();
+    process.waitForFinished();
+    run.strOutput += QString::fromUtf8(process.readAllStandardOutput());
+    run.strError = QString::fromUtf8(process.readAllStandardError());
+    return run;
 }
 
 QJsonObject CalibrateProcess::Report() const

@@ -7,10 +7,13 @@
 
 #include <gtest/gtest.h>
 
+#include <QByteArray>
 #include <QJsonObject>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
+
+class QProcess;
 
 class CalibrateProcess : public testing::Test
 {
@@ -24,6 +27,8 @@ protected:
     WorkbenchRun Run(const QStringList& more = {}) const { return RunWorkbench(Words(more), m_folder.path()); }
     /// Starts the command and kills it at this word. False, and a failure of the test, when it ended before.
     bool KillAt(const QString& strWord, const QStringList& more = {}) const;
+    /// Goes on, but as soon as it says this no file of it may grow.
+    WorkbenchRun RunWithoutRoomFrom(const QString& strWord) const;
 
     /// Empty while there is none.
     QJsonObject Report() const;
@@ -31,4 +36,9 @@ protected:
 
     const QString m_strFlow;
     QTemporaryDir m_folder;
+
+private:
+    void Start(QProcess& process, const QStringList& more) const;
+    /// What was said until then. A failure of the test when it ended without.
+    static QByteArray ReadUntil(QProcess& process, const QString& strWord);
 };

@@ -154,3 +154,25 @@ TEST_F(ManualCommand, ARegionWithTooLittleInItIsRefusedAndTheCalibrationOfBefore
     EXPECT_FALSE(QFile::exists(CameraTwo("Progress.ini"))) << "the wizard was cancelled";
     EXPECT_TRUE(QFile::exists(CameraTwo("Result/of_before.txt")));
 }
+
+TEST_F(ManualCommand, ADiskThatFillsUpIsNamedAndTheCalibrationOfBeforeComesBack)
+{
+    for (const char* pStep : {"Photographing the chart with the left", "Marking"}) {
+        QDir(Path("data")).removeRecursively();
+        if (QString(pStep) == "Marking") {
+            CopyFolder(s_pKilled->AtMarks(), Path("data"));
+        }
+        ASSERT_TRUE(QDir().mkpath(CameraTwo("ResultBeforeRun")));
+        QFile before(CameraTwo("ResultBeforeRun/of_before.txt"));
+        ASSERT_TRUE(before.open(QIODevice::WriteOnly));
+        before.close();
+        const WorkbenchRun run = RunWithoutRoomFrom(pStep);
+        EXPECT_EQ(run.nExitCode, 1) << pStep << qPrintable(run.strOutput);
+        EXPECT_THAT(run.strError.toStdString(),
+                    HasSubstr("The machine could not be calibrated. The folder " +
+                              CameraTwo("").chopped(1).toStdString() + " cannot be written: File too large.\n"));
+        EXPECT_FALSE(run.strError.contains("png")) << qPrintable(run.strError);
+        EXPECT_TRUE(QFile::exists(CameraTwo("Result/of_before.txt"))) << pStep;
+        EXPECT_FALSE(QFile::exists(CameraTwo("Progress.ini"))) << pStep;
+    }
+}

@@ -3,6 +3,7 @@
 #include "CalibratedMachine.h"
 #include "DataRoot.h"
 #include "Failure.h"
+#include "FullDisk.h"
 
 #include <gmock/gmock.h>
 
@@ -302,6 +303,26 @@ TEST_F(FilesOfARun, AResumedRunKeepsItsProgress)
     m_automatic.Prepare(Opening::Calibration);
     EXPECT_EQ(Read("Progress.ini"), "[PROGRESS]\nPROGRESS=4\n");
     EXPECT_FALSE(Exists("OtherFlow"));
+}
+
+TEST_F(FilesOfARun, ADiskWithoutRoomIsToldBeforeAnythingIsMoved)
+{
+    Write("Result/of_before.txt", "of before");
+    Write("Progress.ini", "[PROGRESS]\nPROGRESS=2\nCAMERA_TYPE=0\n");
+    Write("Output/L_images/1.png", "of the run");
+    for (RunFiles* const pFiles : {&m_automatic, &m_manual}) {
+        const FullDisk full;
+        try {
+            pFiles->Prepare(Opening::Calibration);
+            ADD_FAILURE() << "nothing was said";
+        } catch (const Failure& failure) {
+            EXPECT_EQ(failure.Key(), "The folder %1 cannot be written: %2.");
+        }
+        EXPECT_EQ(Read("Result/of_before.txt"), "of before");
+        EXPECT_FALSE(Exists("ResultBeforeRun"));
+        EXPECT_EQ(Read("Progress.ini"), "[PROGRESS]\nPROGRESS=2\nCAMERA_TYPE=0\n");
+        EXPECT_TRUE(Exists("Output/L_images/1.png"));
+    }
 }
 
 TEST_F(FilesOfARun, OpeningsThatMakeNoSenseAreToldWhy)

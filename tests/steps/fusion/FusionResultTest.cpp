@@ -98,8 +98,10 @@ TEST_F(FusionResult, AFileThatCannotBeWrittenIsToldToTheLogAndThePageGoesOn)
         if (bThrows) {
             Doubles::The().throwFrom["SaveHomography"] = "disk";
         }
+        m_root.WriteFile(Output("mapImgR2L.xml"), "of a run that broke off");
         Click("confirm");
         EXPECT_THAT(Doubles::The().logLines, Contains(Pair(3, HasSubstr("Output/mapImgR2L.xml cannot be written"))));
+        EXPECT_FALSE(QFile::exists(Output("mapImgR2L.xml"))) << "it would pass for this one's";
         EXPECT_EQ(m_signals, QStringList{"next"});
         EndCountdown(*m_pPage);
     }
