@@ -21,6 +21,8 @@
 #include <QTest>
 #include <QWindow>
 
+#include <algorithm>
+
 namespace
 {
 
@@ -150,10 +152,13 @@ TEST_F(Window, TheMachinesPanelIsAsWideAsItsButtonsInEveryLanguage)
     ASSERT_TRUE(QTest::qWaitForWindowExposed(m_pWindow.get()));
     for (const QString& strLanguage : Languages()) {
         ASSERT_TRUE(SwitchLanguage(strLanguage));
-        QTest::qWait(50);
-        for (const QPushButton* const pButton : Find<QDockWidget>("dock_machine")->findChildren<QPushButton*>()) {
-            EXPECT_GE(pButton->width(), pButton->sizeHint().width()) << qPrintable(pButton->text());
-        }
+        const auto buttons = Find<QDockWidget>("dock_machine")->findChildren<QPushButton*>();
+        ASSERT_FALSE(buttons.isEmpty());
+        const auto narrow = [](const QPushButton* pButton) { return pButton->width() < pButton->sizeHint().width(); };
+        // The layouts come round one after the other.
+        EXPECT_TRUE(
+            QTest::qWaitFor([&] { return std::none_of(buttons.begin(), buttons.end(), narrow); }, g_nPatienceMs))
+            << qPrintable(strLanguage);
     }
 }
 
