@@ -413,8 +413,12 @@ void AutoDualCalibrateWdg::on_pushButton_takePic_clicked()
         ui->pushButton_takePic->setEnabled(true);
         return;
     }
+    const bool bFirst = !ui->graphicsView->HasPicture();
     m_pixImg = QPixmap::fromImage(Vision::MatToQImage(shown));
     ui->graphicsView->SetPicture(m_pixImg);
+    if (bFirst) {
+        ShowWholePicture(*ui->graphicsView, m_pixImg.size());
+    }
     m_pTimer->start();
 }
 

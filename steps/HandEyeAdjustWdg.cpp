@@ -73,6 +73,10 @@ void HandEyeAdjustWdg::RetranslateTexts()
                 "order shown in the picture above.Double-click to add cross positioning, hold down and drag to "
                 "fine-tune the position.Click the <+> button to record and click the <-> button to delete the latest "
                 "record.After completing all records, click the <Confirm> button to coordinate calibration."));
+    const QString strZoom =
+        Wording("Turn the mouse wheel to zoom. Hold the right button down and drag to move the picture.");
+    ui->label->setToolTip(strZoom);
+    ui->plainTextEdit->setToolTip(strZoom);
     ui->pushButton_takePic->setText(Wording("Photo"));
     ui->pushButton_back->setText(Wording("Previous step"));
     ui->pushButton_confirm->setText(Wording("Ok"));
@@ -193,8 +197,12 @@ void HandEyeAdjustWdg::on_pushButton_takePic_clicked()
         ILog_WriteLogF(1, "%s, The fusion image is empty.", g_pTakePic);
         return;
     }
+    const bool bFirst = !ui->graphicsView->HasPicture();
     m_pixmap = QPixmap::fromImage(Vision::MatToQImage(fused));
     ui->graphicsView->SetPicture(m_pixmap);
+    if (bFirst) {
+        ShowWholePicture(*ui->graphicsView, m_pixmap.size());
+    }
     m_pTimer->start();
 }
 

@@ -84,6 +84,8 @@ void Repolish(QWidget* pWidget)
 {
     pWidget->style()->unpolish(pWidget);
     pWidget->style()->polish(pWidget);
+    // A picture alone that changes asks for no repaint.
+    pWidget->update();
 }
 
 void Repolish(std::initializer_list<QWidget*> widgets)
@@ -141,6 +143,14 @@ void ShowHint(DualGraphicsView& view, int nNumber, QPoint point)
                          QString::number(nNumber) + ".svg");
     view.RemoveHintPicture();
     view.ShowHintPicture(pixmap, QPoint(point.x() + 5, point.y() - pixmap.height() - 5));
+}
+
+void ShowWholePicture(DualGraphicsView& view, QSize picture)
+{
+    const QSize room = view.viewport()->size();
+    if (picture.width() > room.width() || picture.height() > room.height()) {
+        view.fitInView(QRectF(QPointF(), picture), Qt::KeepAspectRatio);
+    }
 }
 
 void ShowLastCrossPos(const DualGraphicsView& view, QLabel& label)

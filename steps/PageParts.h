@@ -74,6 +74,10 @@ bool TakeNewestCrossBack(DualGraphicsView& view);
 /// `point`, in place of the one before.
 void ShowHint(DualGraphicsView& view, int nNumber, QPoint point);
 
+/// Makes a picture that is larger than the view small enough to be seen at once; a smaller one stays as it is. For the
+/// first picture of a page: later ones come where the operator has zoomed and panned to.
+void ShowWholePicture(DualGraphicsView& view, QSize picture);
+
 /// Where the newest cross of the view is, not the mouse; this is meant. (0, 0) before there is one.
 void ShowLastCrossPos(const DualGraphicsView& view, QLabel& label);
 

@@ -188,8 +188,12 @@ void StitchingWdg::on_pushButton_Stitch_clicked()
         ILog_WriteLogF(1, "%s, The fusion image is empty.", g_pStitchClicked);
         return;
     }
+    const bool bFirst = !ui->graphicsView->HasPicture();
     m_pixStitch = QPixmap::fromImage(Vision::MatToQImage(stitched));
     ui->graphicsView->SetPicture(m_pixStitch);
+    if (bFirst) {
+        ShowWholePicture(*ui->graphicsView, m_pixStitch.size());
+    }
     m_pTimer->start();
 }
 

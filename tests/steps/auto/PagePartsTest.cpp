@@ -6,7 +6,10 @@
 #include <gmock/gmock.h>
 
 #include <QDir>
+#include <QEvent>
 #include <QFile>
+#include <QLabel>
+#include <QTest>
 
 namespace
 {
@@ -17,7 +20,34 @@ QByteArray Content(const QString& strFile)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no file)");
 }
 
+class PaintCounter : public QObject
+{
+public:
+    int nPaints = 0;
+    bool eventFilter(QObject*, QEvent* pEvent) override
+    {
+        nPaints += pEvent->type() == QEvent::Paint ? 1 : 0;
+        return false;
+    }
+};
+
 } // namespace
+
+TEST(Repolish, AWidgetWhoseSizeStaysIsPaintedAnew)
+{
+    QLabel label;
+    label.setStyleSheet("QLabel[state=\"2\"] { background-color: red; }");
+    label.setProperty("state", "1");
+    label.resize(60, 30);
+    label.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&label));
+    QCoreApplication::processEvents();
+    PaintCounter counter;
+    label.installEventFilter(&counter);
+    label.setProperty("state", "2");
+    Repolish(&label);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return counter.nPaints > 0; }));
+}
 
 TEST(CopyFolder, TakesAllFilesAndReplacesThoseOfTheSameName)
 {

@@ -101,6 +101,26 @@ TEST_F(HandEye, AnotherPhotoReplacesThePictureAndKeepsMarksAndCrosses)
     EXPECT_EQ(Rows().last(), "Coordinate4: 600,500");
 }
 
+TEST_F(HandEye, ALargePictureOpensSoThatAllOfItIsSeenAndTheNextOneWhereTheOperatorHasZoomedTo)
+{
+    m_picture = cv::Mat(2400, 3200, CV_8UC3, cv::Scalar(10, 20, 30));
+    OpenWithPicture();
+    const QRect port = View().viewport()->rect();
+    EXPECT_TRUE(port.contains(View().mapFromScene(QPointF(0, 0))));
+    EXPECT_TRUE(port.contains(View().mapFromScene(QPointF(3200, 2400))));
+    View().scale(3, 3);
+    View().centerOn(1000, 800);
+    const QTransform zoomed = View().viewportTransform();
+    Photo();
+    EXPECT_EQ(View().viewportTransform(), zoomed);
+}
+
+TEST_F(HandEye, ASmallPictureIsNotEnlarged)
+{
+    OpenWithPicture();
+    EXPECT_EQ(View().transform(), QTransform());
+}
+
 TEST_F(HandEye, ANewFusionIsMetWithItsNewHomography)
 {
     Open();
