@@ -7,12 +7,13 @@
 #include "PictureFile.h"
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
+#include <QTemporaryFile>
 
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <system_error>
 
 namespace Workbench
 {
@@ -60,26 +61,26 @@ bool SamePlace(const QString& strFile, const QString& strOther)
            QDir(file.absolutePath()).canonicalPath() == QDir(other.absolutePath()).canonicalPath();
 }
 
-/// The camera's file beside its place, until it is put there; gone where it
-/// never is.
+/// The camera's file beside its place, until it is put there; gone where it never is.
 class NewLensFile
 {
 public:
-    NewLensFile(const QString& strOut, const LensReport& report) : m_strOut(strOut), m_strBeside(strOut + ".new")
+    NewLensFile(const QString& strOut, const LensReport& report) : m_strOut(strOut), m_beside(strOut + ".XXXXXX")
     {
-        if (!Korvane::CameraCalibration::SaveCameraParameters(m_strBeside.toLocal8Bit().toStdString(),
+        if (!m_beside.open()) {
+            throw NotWritten(g_pParameters, m_strOut, m_beside.errorString());
+        }
+        if (!Korvane::CameraCalibration::SaveCameraParameters(m_beside.fileName().toLocal8Bit().toStdString(),
                                                               report.cameraMatrix, report.distCoeffs, report.dRmsPx)) {
             throw NotWritten(g_pParameters, m_strOut, "the log says more");
         }
     }
-    ~NewLensFile() { QFile::remove(m_strBeside); }
-    NewLensFile(const NewLensFile&) = delete;
-    NewLensFile& operator=(const NewLensFile&) = delete;
 
     void PutInPlace() const
     {
         std::error_code error;
-        std::filesystem::rename(m_strBeside.toLocal8Bit().toStdString(), m_strOut.toLocal8Bit().toStdString(), error);
+        std::filesystem::rename(m_beside.fileName().toLocal8Bit().toStdString(), m_strOut.toLocal8Bit().toStdString(),
+                                error);
         if (error) {
             throw NotWritten(g_pParameters, m_strOut, QString::fromStdString(error.message()));
         }
@@ -87,7 +88,7 @@ public:
 
 private:
     QString m_strOut;
-    QString m_strBeside;
+    QTemporaryFile m_beside;
 };
 
 void PrintViews(const LensReport& report, const CommandLine& line)

@@ -371,10 +371,12 @@ TEST_F(LensCommand, APlaceThatCannotBeWrittenIsToldBeforeTheWork)
     const auto lens = [&](const QString& strOut) { return Run({"lens", "--images", Seven(), "--out", strOut}); };
     ExpectFailure(lens(Own("none/lens.xml")), g_nFailed, "there is no folder " + Own("none"));
     ExpectFailure(lens(Own("")), g_nFailed, "it is a folder");
-    const WorkbenchRun device = lens("/dev/null");
-    ExpectFailure(device, g_nFailed, "/dev/null");
-    EXPECT_TRUE(device.strOutput.isEmpty());
-    EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
+    // A pipe, since a program that failed here would put its file in the place of a device of the system.
+    ASSERT_EQ(::mkfifo(m_own.Path("pipe").c_str(), 0600), 0);
+    const WorkbenchRun pipe = lens(Own("pipe"));
+    ExpectFailure(pipe, g_nFailed, "it is no file");
+    EXPECT_TRUE(pipe.strOutput.isEmpty());
+    EXPECT_TRUE(std::filesystem::is_fifo(m_own.Path("pipe")));
 }
 
 TEST_F(LensCommand, ACoverageThatCannotBeWrittenLeavesNoLensEither)

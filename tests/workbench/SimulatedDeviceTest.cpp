@@ -196,7 +196,7 @@ TEST_F(DeviceService, WhileItEngravesItIsBusyAndTakesNothing)
     QObject::connect(
         &m_device, &SimulatedDevice::StateChangedSignal, &m_device,
         [&] {
-            if (m_device.GetState().bBusy) {
+            if (m_device.GetState().bBusy && answers.empty()) {
                 answers = {m_device.GetChannel()->GetBusy(), Import({900.0, 600.0}), Send(m_device)};
             }
         },
