@@ -21,6 +21,7 @@
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
+#include <QTimer>
 
 #include <sys/resource.h>
 
@@ -33,6 +34,8 @@ namespace Workbench
 
 namespace
 {
+
+constexpr int g_nWatchMs = 100;
 
 void Say(const QString& strText)
 {
@@ -80,20 +83,13 @@ OperatorScript SimulatedScript(const CommandLine& line, HostSession& session, st
     return script;
 }
 
-MachineHands HandsOn(SimulatedDevice& device, bool bSimulatedCameras)
+MachineHands HandsOn(SimulatedDevice& device, const RoomWatch& watch, bool bSimulatedCameras)
 {
     MachineHands hands;
     hands.hasPattern = [&device] { return !device.GetState().strPattern.isEmpty(); };
     hands.isEngraved = [&device] { return device.GetState().bEngraved; };
     hands.startEngraving = [&device] { return device.StartEngraving(); };
-    hands.whyNoPlace = [](qint64 nBytes) {
-        try {
-            RequireRoom(DataRoot() + "/Vision/calib/Camera_Two", nBytes);
-        } catch (const Failure& failure) {
-            return QString::fromUtf8(failure.what());
-        }
-        return QString();
-    };
+    hands.whyNoPlace = [&watch](qint64 nBytes) { return watch.Problem(nBytes); };
     if (bSimulatedCameras) {
         hands.holdChart = [&device](bool bRight, int nPose) {
             device.HoldChart({.side = bRight ? Simulator::Side::Right : Simulator::Side::Left, .nPose = nPose});
@@ -113,6 +109,10 @@ void Calibrate(HostSession& session, const OperatorScript& script)
         session.Files().Conclude(false);
         throw Failure("The camera module lists no left and right camera; CameraSetting.ini names them.");
     }
+    RoomWatch watch(DataRoot() + "/Vision/calib/Camera_Two");
+    QTimer watching;
+    QObject::connect(&watching, &QTimer::timeout, [&watch] { watch.Look(); });
+    watching.start(g_nWatchMs);
     bool bFinished = false;
     QString strProblem;
     {
@@ -128,8 +128,8 @@ void Calibrate(HostSession& session, const OperatorScript& script)
             session.Files().Conclude(false);
             throw Failure("The plug-in has opened no wizard.");
         }
-        WizardOperator wizardOperator(script,
-                                      HandsOn(session.Device(), session.Cameras() == CameraOwner::SimulatedMachine));
+        WizardOperator wizardOperator(
+            script, HandsOn(session.Device(), watch, session.Cameras() == CameraOwner::SimulatedMachine));
         QObject::connect(&wizardOperator, &WizardOperator::ProgressSignal,
                          [](const QString& strWhat) { Say("  " + strWhat); });
         bFinished = wizardOperator.Run();
@@ -139,12 +139,15 @@ void Calibrate(HostSession& session, const OperatorScript& script)
         }
         bFinished = bFinished && strProblem.isEmpty();
     }
+    watch.Look();
+    const QString strNoPlace = watch.Problem();
     const bool bKept = session.Files().Conclude(bFinished);
     if (!strProblem.isEmpty()) {
         throw Failure(QString("The machine could not be calibrated. %1").arg(strProblem));
     }
     if (!bKept) {
-        throw Failure("The wizard went to its end but left no whole calibration.");
+        throw Failure(
+            QString("The wizard went to its end but left no whole calibration. %1").arg(strNoPlace).trimmed());
     }
 }
 

@@ -5,6 +5,8 @@
 
 #include <QString>
 
+#include <functional>
+
 namespace Workbench
 {
 
@@ -17,5 +19,23 @@ QString ReasonNotWritable(const QString& strFolder, qint64 nBytes = g_nPictureBy
 
 /// Throws `Failure`, which names the folder and the reason.
 void RequireRoom(const QString& strFolder, qint64 nBytes = g_nPictureBytes);
+
+/// Remembers a disk that was full for a moment: what failed then has often made room again when it is asked why.
+class RoomWatch
+{
+public:
+    /// @param freeBytes  of the folder's disk, negative where nobody knows; asks the system without one
+    explicit RoomWatch(const QString& strFolder, std::function<qint64()> freeBytes = {});
+
+    /// Takes no time; to be called several times a second.
+    void Look();
+    /// Why a file of this size finds no place, or found none, in a sentence that names the folder. Empty where it does.
+    QString Problem(qint64 nBytes = g_nPictureBytes) const;
+
+private:
+    const QString m_strFolder;
+    const std::function<qint64()> m_freeBytes;
+    bool m_bWasFull = false;
+};
 
 } // namespace Workbench

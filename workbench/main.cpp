@@ -7,6 +7,8 @@
 #include "Log.h"
 #include "WritableInstall.h"
 
+#include <opencv2/core/utils/logger.hpp>
+
 #include <QApplication>
 
 #include <cstdio>
@@ -90,6 +92,8 @@ int main(int argc, char** argv)
     if (ILog_SetStandardErrorLevel) {
         ILog_SetStandardErrorLevel(4);
     }
+    // OpenCV would tell of each file that is not there as well.
+    cv::utils::logging::setLogLevel(cv::utils::logging::LOG_LEVEL_SILENT);
     // The configuration folder's name for this host; an organisation would add a folder level.
     QCoreApplication::setApplicationName("CalibrateTwoCameraWorkbench");
     QCoreApplication::setApplicationVersion("0.1");

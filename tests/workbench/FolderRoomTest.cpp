@@ -62,3 +62,29 @@ TEST_F(RoomOfAFolder, IsNotThereWhereThereIsNoFolder)
     EXPECT_EQ(ReasonNotWritable(file.fileName()), "Not a directory");
     ASSERT_TRUE(file.remove());
 }
+
+TEST_F(RoomOfAFolder, ThatWasFullForAMomentIsRemembered)
+{
+    qint64 nFree = 1LL << 30;
+    RoomWatch watch(m_folder.path(), [&nFree] { return nFree; });
+    watch.Look();
+    EXPECT_EQ(watch.Problem(1), "");
+    nFree = -1;
+    watch.Look();
+    EXPECT_EQ(watch.Problem(1), "") << "nobody knows";
+    nFree = 4096;
+    watch.Look();
+    nFree = 1LL << 30;
+    watch.Look();
+    EXPECT_EQ(watch.Problem(1),
+              QString("The folder %1 cannot be written: No space left on device.").arg(m_folder.path()));
+}
+
+TEST_F(RoomOfAFolder, ThatWasNeverFullIsNoProblem)
+{
+    RoomWatch watch(m_folder.path());
+    watch.Look();
+    EXPECT_EQ(watch.Problem(1), "");
+    const FullDisk full;
+    EXPECT_TRUE(watch.Problem(1).endsWith("cannot be written: File too large."));
+}
