@@ -70,6 +70,13 @@ Simulator::Machine::Kind FlowOf(const CommandLine& line)
     return line.IsManual() ? Simulator::Machine::Kind::Manual : Simulator::Machine::Kind::Automatic;
 }
 
+Opening OpeningOf(const CommandLine& line)
+{
+    return line.strOpening == "fusion"        ? Opening::Fusion
+           : line.strOpening == "coordinates" ? Opening::Coordinate
+                                              : Opening::Calibration;
+}
+
 OperatorScript SimulatedScript(const CommandLine& line, HostSession& session, std::uint64_t nSeed)
 {
     Simulator::ClickOptions clicks;
@@ -101,9 +108,9 @@ MachineHands HandsOn(SimulatedDevice& device, const RoomWatch& watch, bool bSimu
 }
 
 /// From the opening of the wizard to its end. The calibration of before comes back where the end is not reached.
-void Calibrate(HostSession& session, const OperatorScript& script)
+void Calibrate(HostSession& session, const OperatorScript& script, Opening opening)
 {
-    session.PrepareRun(Opening::Calibration);
+    session.PrepareRun(opening);
     const InstanceSetup setup = session.Setup();
     if (!setup.cameras.AreBothThere()) {
         session.Files().Conclude(false);
@@ -124,12 +131,12 @@ void Calibrate(HostSession& session, const OperatorScript& script)
             bFinished = bToTheEnd;
             loop.quit();
         });
-        if (!run.Open(Opening::Calibration)) {
+        if (!run.Open(opening)) {
             session.Files().Conclude(false);
             throw Failure("The plug-in has opened no wizard.");
         }
         WizardOperator wizardOperator(
-            script, HandsOn(session.Device(), watch, session.Cameras() == CameraOwner::SimulatedMachine));
+            script, HandsOn(session.Device(), watch, session.Cameras() == CameraOwner::SimulatedMachine), opening);
         QObject::connect(&wizardOperator, &WizardOperator::ProgressSignal,
                          [](const QString& strWhat) { Say("  " + strWhat); });
         bFinished = wizardOperator.Run();
@@ -238,6 +245,10 @@ int RunCalibrate(const CommandLine& line)
         throw Failure("CameraSetting.ini in the data folder names cameras of your own; a demonstration uses the "
                       "simulated machine's. Give it another --data folder, or use calibrate.");
     }
+    const Opening opening = OpeningOf(line);
+    if (const QString strReason = session.Files().ReasonAgainst(opening); !strReason.isEmpty()) {
+        throw Failure(strReason);
+    }
     if (!bSimulated && line.strScript.isEmpty()) {
         throw Failure("Cameras of your own need --script, the places of the crosses in their pictures.", WrongUse);
     }
@@ -253,7 +264,7 @@ int RunCalibrate(const CommandLine& line)
             ? QString("Calibrating the simulated %1 machine, seed %2, through the wizard").arg(line.strFlow).arg(nSeed)
             : QString("Calibrating the cameras of CameraSetting.ini through the wizard"));
     const Stopwatch stopwatch;
-    Calibrate(session, script);
+    Calibrate(session, script, opening);
     report.dSecondsCalibrate = stopwatch.Seconds();
     if (bSimulated) {
         return Measure(session, strOut, report);

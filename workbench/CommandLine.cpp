@@ -18,7 +18,7 @@ const QHash<QString, QStringList>& KnownOptions()
 {
     static const QHash<QString, QStringList> options{
         {"demo", {"--out", "--seed", "--click-error", "--data"}},
-        {"calibrate", {"--flow", "--out", "--seed", "--click-error", "--script", "--data"}},
+        {"calibrate", {"--flow", "--opening", "--out", "--seed", "--click-error", "--script", "--data"}},
         {"picture", {"--left", "--right", "--out", "--size", "--data"}},
         {"to-world", {"--data"}},
         {"to-pixel", {"--data"}},
@@ -112,6 +112,11 @@ void TakeOption(CommandLine& line, const QString& strName, const QString& strVal
         if (strValue != "automatic" && strValue != "manual") {
             throw Wrong(QString("The flow is automatic or manual, not '%1'.").arg(strValue));
         }
+    } else if (strName == "--opening") {
+        line.strOpening = strValue;
+        if (strValue != "whole" && strValue != "fusion" && strValue != "coordinates") {
+            throw Wrong(QString("The opening is whole, fusion or coordinates, not '%1'.").arg(strValue));
+        }
     } else if (strName == "--seed") {
         bool bOk = false;
         line.nSeed = strValue.toULongLong(&bOk);
@@ -184,6 +189,9 @@ CommandLine ParseCommandLine(const QStringList& listWords)
     if (line.strCommand == "picture" && (line.strLeft.isEmpty() || line.strRight.isEmpty() || line.strOut.isEmpty())) {
         throw Wrong("picture needs --left, --right and --out.");
     }
+    if (line.strOpening == "fusion" && !line.IsManual()) {
+        throw Wrong("--opening fusion needs --flow manual: the automatic flow has no fusion step of its own.");
+    }
     if (line.strCommand == "lens" && (line.strImages.isEmpty() || line.strOut.isEmpty())) {
         throw Wrong("lens needs --images and --out.");
     }
@@ -210,6 +218,8 @@ Commands
                             CameraSetting.ini names take the place of the simulated ones (then --script is needed, and only
                             work_area.png is made)
       --flow manual         the manual machine: charts, fusion, eighteen marks
+      --opening whole|fusion|coordinates
+                            where the wizard begins (default: whole); the other two build on a calibration that is there
       --script FILE         the operator's clicks as JSON instead of the simulated operator's
       --out, --seed, --click-error, --data
                             as above; without --data the user's configuration folder; clicks are 1 px off in the manual flow

@@ -27,6 +27,7 @@ struct CommandLine {
     double dSpacingMm = 0.0;       ///< from disc to disc; 0 where it is not known
     QSize sizeMm;                  ///< work area; not valid where the machine's own is meant
     QString strFlow = "automatic"; ///< or "manual": which machine
+    QString strOpening = "whole";  ///< of the wizard; or "fusion" or "coordinates"
     QString strScript;             ///< file of what the operator does; empty for the simulated operator
     std::uint64_t nSeed = 1;       ///< of the simulated machine
     bool bSeedGiven = false;       ///< else any machine that was left is meant, where one was

@@ -50,8 +50,8 @@ QString WizardWording(const QString& strKey)
     return CTranslator::GetInstance()->GetWording(strKey);
 }
 
-WizardOperator::WizardOperator(OperatorScript script, MachineHands hands)
-    : m_script(std::move(script)), m_hands(std::move(hands))
+WizardOperator::WizardOperator(OperatorScript script, MachineHands hands, Opening opening)
+    : m_script(std::move(script)), m_hands(std::move(hands)), m_bRightDone(opening == Opening::Coordinate)
 {
     connect(&m_timer, &QTimer::timeout, this, &WizardOperator::Look);
 }

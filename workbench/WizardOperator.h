@@ -6,6 +6,7 @@
 // by hand cannot be used by this either. GUI thread only.
 
 #include "OperatorScript.h"
+#include "RunFiles.h"
 
 #include <QElapsedTimer>
 #include <QEventLoop>
@@ -50,7 +51,8 @@ class WizardOperator final : public QObject
     Q_OBJECT
 
 public:
-    WizardOperator(OperatorScript script, MachineHands hands);
+    /// @param opening  of the wizard: what is passed over by it is not missed
+    WizardOperator(OperatorScript script, MachineHands hands, Opening opening = Opening::Calibration);
     ~WizardOperator() override;
 
     /// Goes through the wizard that is open now, from whatever page it shows, until it is closed. Event loops run
@@ -113,7 +115,7 @@ private:
     qint64 m_nLiveWaitMs = 0;
     std::vector<QPointF> m_vecMarks;
     std::future<bool> m_engraving;
-    bool m_bRightDone = false;  ///< the right camera was calibrated before these eyes
+    bool m_bRightDone = false;  ///< the right camera was calibrated, before these eyes or before this run
     bool m_bToTheStart = false; ///< going back to the page that the pattern is sent from
     bool m_bConfirmed = false;  ///< the last button of the last page was pressed
     QString m_strProblem;

@@ -56,10 +56,10 @@ bool CalibrateProcess::KillAt(const QString& strWord, const QStringList& more) c
     return bSaid;
 }
 
-WorkbenchRun CalibrateProcess::RunWithoutRoomFrom(const QString& strWord) const
+WorkbenchRun CalibrateProcess::RunWithoutRoomFrom(const QString& strWord, const QStringList& more) const
 {
     QProcess process;
-    Start(process, {});
+    Start(process, more);
     WorkbenchRun run;
     run.strOutput = QString::fromUtf8(ReadUntil(process, strWord));
     EXPECT_TRUE(FillDiskOf(static_cast<pid_t>(process.processId())));

@@ -28,7 +28,7 @@ protected:
     /// Starts the command and kills it at this word. False, and a failure of the test, when it ended before.
     bool KillAt(const QString& strWord, const QStringList& more = {}) const;
     /// Goes on, but as soon as it says this no file of it may grow.
-    WorkbenchRun RunWithoutRoomFrom(const QString& strWord) const;
+    WorkbenchRun RunWithoutRoomFrom(const QString& strWord, const QStringList& more = {}) const;
 
     /// Empty while there is none.
     QJsonObject Report() const;

@@ -157,16 +157,12 @@ TEST_F(ManualCommand, ARegionWithTooLittleInItIsRefusedAndTheCalibrationOfBefore
 
 TEST_F(ManualCommand, ADiskThatFillsUpIsNamedAndTheCalibrationOfBeforeComesBack)
 {
-    for (const char* pStep : {"Photographing the chart with the left", "Marking"}) {
-        QDir(Path("data")).removeRecursively();
-        if (QString(pStep) == "Marking") {
-            CopyFolder(s_pKilled->AtMarks(), Path("data"));
-        }
+    const auto fillUpAt = [this](const char* pStep, const QStringList& more) {
         ASSERT_TRUE(QDir().mkpath(CameraTwo("ResultBeforeRun")));
         QFile before(CameraTwo("ResultBeforeRun/of_before.txt"));
         ASSERT_TRUE(before.open(QIODevice::WriteOnly));
         before.close();
-        const WorkbenchRun run = RunWithoutRoomFrom(pStep);
+        const WorkbenchRun run = RunWithoutRoomFrom(pStep, more);
         EXPECT_EQ(run.nExitCode, 1) << pStep << qPrintable(run.strOutput);
         EXPECT_THAT(run.strError.toStdString(),
                     HasSubstr("The machine could not be calibrated. The folder " +
@@ -174,5 +170,13 @@ TEST_F(ManualCommand, ADiskThatFillsUpIsNamedAndTheCalibrationOfBeforeComesBack)
         EXPECT_FALSE(run.strError.contains("png")) << qPrintable(run.strError);
         EXPECT_TRUE(QFile::exists(CameraTwo("Result/of_before.txt"))) << pStep;
         EXPECT_FALSE(QFile::exists(CameraTwo("Progress.ini"))) << pStep;
-    }
+    };
+    fillUpAt("Photographing the chart with the left", {});
+    QDir(Path("data")).removeRecursively();
+    // Which begins there whatever page the run before has died on.
+    CopyFolder(s_pKilled->AtMarks(), Path("data"));
+    fillUpAt("Matching the two pictures", {"--opening", "fusion"});
+    QDir(Path("data")).removeRecursively();
+    CopyFolder(s_pKilled->AtMarks(), Path("data"));
+    fillUpAt("Marking", {});
 }

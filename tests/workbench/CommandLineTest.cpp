@@ -76,6 +76,16 @@ TEST(CommandLine, TheWindowIsAskedForByAnOption)
     EXPECT_FALSE(Refusal("--gui now").isEmpty());
 }
 
+TEST(CommandLine, TheOpeningIsOneOfThreeAndTheFusionIsOfTheManualFlow)
+{
+    EXPECT_EQ(Parse("calibrate").strOpening, "whole");
+    EXPECT_EQ(Parse("calibrate --opening coordinates").strOpening, "coordinates");
+    EXPECT_EQ(Parse("calibrate --opening fusion --flow manual").strOpening, "fusion");
+    EXPECT_FALSE(Refusal("calibrate --opening fusion").isEmpty());
+    EXPECT_FALSE(Refusal("calibrate --opening half").isEmpty());
+    EXPECT_FALSE(Refusal("demo --opening coordinates").isEmpty());
+}
+
 TEST(CommandLine, APictureTakesAllItsOptions)
 {
     const CommandLine line = Parse("picture --left a.png --right b.png --out c.png --size 900x600 --data d");

@@ -225,6 +225,15 @@ TEST_F(Commands, AScriptThatNoRunCouldFollowIsRefusedBeforeAnythingIsTouched)
     }
 }
 
+TEST_F(Commands, AnOpeningWithoutTheCalibrationThatItBuildsOnIsAFailure)
+{
+    for (const char* pFlow : {"automatic", "manual"}) {
+        const WorkbenchRun run = Run({"calibrate", "--flow", pFlow, "--opening", "coordinates", "--data",
+                                      Path("data_of_opening"), "--out", Path("out_of_opening")});
+        ExpectFailure(run, g_nFailed, "run the whole calibration first");
+    }
+}
+
 TEST_F(Commands, AMarkOutsideOfThePictureIsRefusedBeforeTheWizardIsOpened)
 {
     QByteArrayList marks;
