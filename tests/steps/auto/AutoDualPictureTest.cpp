@@ -50,6 +50,23 @@ TEST_F(AutoDual, TheRightPictureIsShownAsItCame)
     EXPECT_EQ(Shown().pixel(100, 60), qRgb(230, 240, 250));
 }
 
+TEST_F(AutoDual, EachCamerasFirstPictureOpensSoThatAllOfItIsSeen)
+{
+    m_picture = cv::Mat(2000, 2600, CV_8UC3, cv::Scalar(30, 40, 50));
+    const auto expectAllSeen = [this] {
+        const QRect port = View().viewport()->rect();
+        EXPECT_TRUE(port.contains(View().mapFromScene(QPointF(0, 0))));
+        EXPECT_TRUE(port.contains(View().mapFromScene(QPointF(2600, 2000))));
+    };
+    Open();
+    TakePicture();
+    expectAllSeen();
+    FinishLeft();
+    View().scale(5, 5);
+    TakePicture();
+    expectAllSeen();
+}
+
 TEST_F(AutoDual, TheButtonCountsFromFiveAndReadsPhotoAtTheSixthTick)
 {
     Open();
