@@ -82,3 +82,7 @@ protected:
     QList<QSizeF> m_sizes;
     std::unique_ptr<HandEyePicSetWdg> m_pPage;
 };
+
+class PatternStep : public PatternStepFixture
+{
+};

@@ -238,4 +238,5 @@ TEST(CommandLine, ASpacingIsAboveZero)
     for (const char* pSpacing : {"0", "-1", "1001", "nan", "wide"}) {
         EXPECT_FALSE(Refusal(QString("lens --images i --out o --spacing %1").arg(pSpacing)).isEmpty()) << pSpacing;
     }
+    EXPECT_EQ(Parse("lens --images i --out o --spacing 1000").dSpacingMm, 1000.0);
 }

@@ -56,6 +56,10 @@ TEST(CoverageMap, NamesThePartsThatNoChartReached)
     EXPECT_THAT(CoverageOf(Report({View({0, 0, 1280, 640})})).missing,
                 ElementsAre("top right", "right", "bottom left", "bottom", "bottom right"));
     EXPECT_EQ(CoverageOf(Report({})).missing.size(), 9U);
+    // Two ninths in a row and so much of the third.
+    EXPECT_THAT(CoverageOf(Report({View({0, 0, 1280 + 0.3F * 640, 959})})).missing, IsEmpty());
+    EXPECT_THAT(CoverageOf(Report({View({0, 0, 1280 + 0.2F * 640, 959})})).missing,
+                ElementsAre("top right", "right", "bottom right"));
 }
 
 TEST(CoverageMap, ShowsHowManyChartsCoverAPlace)
@@ -72,6 +76,8 @@ TEST(CoverageMap, ShowsHowManyChartsCoverAPlace)
     EXPECT_NE(two, one);
     EXPECT_EQ(At(map, 700, 700), two);
     EXPECT_EQ(At(map, 1500, 300), one);
+    EXPECT_EQ(At(map, 96, 500), none) << "just before the chart's edge";
+    EXPECT_EQ(At(map, 104, 500), one) << "just behind it";
 }
 
 TEST(CoverageMap, OutlinesAChartThatWasLeftOutInRed)

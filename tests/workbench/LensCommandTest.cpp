@@ -117,7 +117,9 @@ protected:
     }
 
     struct Lens {
-        cv::Mat camera, distortion;
+        // Of a size that a test may look into, also where nothing was written.
+        cv::Mat camera = cv::Mat::zeros(3, 3, CV_64F);
+        cv::Mat distortion = cv::Mat::zeros(1, 5, CV_64F);
         double dError = -1.0;
     };
     Lens Written(const std::string& strName = "lens.xml") const
@@ -181,6 +183,25 @@ TEST_F(LensCommand, AFolderOfChartsBecomesACamerasFileAndAPictureOfTheCoverage)
     const cv::Mat coverage = cv::imread(m_own.Path("lens_coverage.png"));
     EXPECT_GT(coverage.cols, 960);
     EXPECT_GT(coverage.rows, 720);
+}
+
+TEST_F(LensCommand, TheLensThatIsPrintedIsTheOneInTheFile)
+{
+    const WorkbenchRun run = RunLens(Seven());
+    const Lens lens = Written();
+    const auto entry = [&](int nRow, int nCol) { return lens.camera.at<double>(nRow, nCol); };
+    EXPECT_EQ(LineOf(run, "focal length"),
+              QString("focal length %1 x %2 px, principal point %3 %4 px, pictures of 1296 x 972 px")
+                  .arg(entry(0, 0), 0, 'f', 2)
+                  .arg(entry(1, 1), 0, 'f', 2)
+                  .arg(entry(0, 2), 0, 'f', 2)
+                  .arg(entry(1, 2), 0, 'f', 2));
+    QString strTerms = "distortion";
+    for (int i = 0; i < 5; ++i) {
+        strTerms += QString(" %1").arg(lens.distortion.at<double>(i), 0, 'f', 6);
+    }
+    EXPECT_EQ(LineOf(run, "distortion"), strTerms);
+    EXPECT_EQ(LineOf(run, "5 pictures"), "5 pictures in " + Seven() + ", chart of 7 x 9 discs");
 }
 
 TEST_F(LensCommand, TheWizardsEngineComesToTheSameLens)
@@ -425,6 +446,10 @@ TEST_F(LensCommand, TheCoverageOfAnEarlierRunIsNoPhotograph)
         EXPECT_TRUE(run.strOutput.contains("5 of 5 pictures used")) << qPrintable(run.strOutput);
         EXPECT_TRUE(std::filesystem::exists(m_own.Path("copy/lens_coverage.png")));
     }
+    // The name alone says nothing.
+    std::filesystem::rename(m_own.Path("copy/1.png"), m_own.Path("copy/lens_coverage.png"));
+    const WorkbenchRun elsewhere = RunLens(strFolder);
+    EXPECT_TRUE(elsewhere.strOutput.contains("5 of 5 pictures used")) << qPrintable(elsewhere.strOutput);
 }
 
 /// The photographs are not part of the project. Where CTC_CHART_PHOTOS names their folder, this runs.
