@@ -9,6 +9,8 @@
 #include <QMainWindow>
 #include <QPushButton>
 #include <QScreen>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QTest>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -125,6 +127,14 @@ TEST_F(Dock, APageThatGrowsTakesTheRoomAndOneThatShrinksGivesItBack)
     EXPECT_TRUE(Screen().contains(m_pDock->frameGeometry()));
 }
 
+TEST_F(Dock, APanelThatGrowsWiderThanTheRoomBesideTheWizardIsRolledUp)
+{
+    StandBeside({Screen().width() - 300, 200});
+    ASSERT_FALSE(m_pDock->IsRolledUp());
+    m_pStart->setMinimumWidth(320);
+    EXPECT_TRUE(QTest::qWaitFor([this] { return m_pDock->IsRolledUp(); }));
+}
+
 TEST_F(Dock, WhatTheOperatorHasChosenStaysWhileTheRoomIsTheSame)
 {
     StandBeside({WidthWithoutRoom(), 200});
@@ -143,6 +153,17 @@ TEST_F(Dock, BackInsideItIsUnrolledAndHasNothingToRollItWith)
     EXPECT_FALSE(m_pDock->IsRolledUp());
     EXPECT_TRUE(m_pStart->isVisible());
     EXPECT_FALSE(Roll()->isVisible());
+}
+
+TEST_F(Dock, BesideTheWizardItIsNoWiderThanWhatItHolds)
+{
+    const auto* const pScroll = m_pDock->findChild<QScrollArea*>("scrollArea_machine");
+    const int nBar = pScroll->verticalScrollBar()->sizeHint().width();
+    StandBeside({200, 200});
+    EXPECT_EQ(pScroll->sizeHint().width(), pScroll->widget()->sizeHint().width()) << "all of it is seen";
+    EXPECT_GE(pScroll->viewport()->height(), pScroll->widget()->sizeHint().height());
+    m_pDock->StandInside();
+    EXPECT_EQ(pScroll->sizeHint().width(), pScroll->widget()->sizeHint().width() + nBar);
 }
 
 TEST_F(Dock, WhatStandsBelowThePanelKeepsAsFarFromTheEdgesAsThePanelsButtons)

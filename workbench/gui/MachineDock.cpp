@@ -28,14 +28,13 @@ constexpr int g_nSpare = 40;
 
 MachineDock::MachineDock(QWidget* pPanel, QWidget* pParent)
     : QDockWidget(pParent), m_pContent(new QWidget), m_pLayout(new QVBoxLayout(m_pContent)), m_pBelow(new QVBoxLayout),
-      m_pTitle(BuildTitle())
+      m_pTitle(BuildTitle()), m_pScroll(new PanelScroll(pPanel))
 {
     setObjectName("dock_machine");
     setFeatures(NoDockWidgetFeatures);
     m_pLayout->setContentsMargins(0, 0, 0, 0);
-    auto* const pScroll = new PanelScroll(pPanel);
-    pScroll->setObjectName("scrollArea_machine");
-    m_pLayout->addWidget(pScroll, 1);
+    m_pScroll->setObjectName("scrollArea_machine");
+    m_pLayout->addWidget(m_pScroll, 1);
     m_pLayout->addLayout(m_pBelow);
     const auto margin = [this](QStyle::PixelMetric side) { return style()->pixelMetric(side); };
     // As the panel's own.
@@ -89,6 +88,10 @@ void MachineDock::StandBeside(QWidget* pWizard, QWidget* pBelow)
     setFloating(true);
     show();
     windowHandle()->setTransientParent(pWizard->windowHandle());
+    m_pScroll->SetRoomForBar(m_pTitle->sizeHint().height() + m_pContent->sizeHint().height() + g_nSpare >
+                             Screen().height());
+    m_pLayout->activate();
+    layout()->activate();
     resize(SizeOf(false));
     // The page's size at once, not when the window's layout comes round to it: a window that grows after it was placed
     // is at a place of its own on each window system.
@@ -108,6 +111,7 @@ void MachineDock::StandInside()
     }
     m_pWizard.clear();
     SetRolledUp(false);
+    m_pScroll->SetRoomForBar(true);
     m_pRoll->hide();
     setFloating(false);
     setAllowedAreas(Qt::RightDockWidgetArea);
@@ -149,6 +153,7 @@ void MachineDock::SetRolledUp(bool bUp)
         return;
     }
     const int nRight = geometry().right() + 1;
+    m_pLayout->activate();
     layout()->activate();
     resize(SizeOf(bUp));
     move(nRight - width(), pos().y());
@@ -167,9 +172,14 @@ void MachineDock::KeepInside()
     }
 }
 
+bool MachineDock::HasRoom() const
+{
+    return m_pWizard->frameGeometry().width() + g_nGap + SizeOf(false).width() <= Screen().width();
+}
+
 void MachineDock::PlaceWizard(QPoint place)
 {
-    const bool bRoom = m_pWizard->frameGeometry().width() + g_nGap + SizeOf(false).width() <= Screen().width();
+    const bool bRoom = HasRoom();
     if (bRoom != m_bHasRoom) {
         m_bHasRoom = bRoom;
         SetRolledUp(!bRoom);
@@ -194,6 +204,7 @@ void MachineDock::PlaceBeside(QPoint place)
         m_pWizard->move(inside);
     }
     move(inside.x() + wizard.width() + g_nGap, inside.y());
+    KeepInside();
 }
 
 // The wizard goes to the left, so that the unrolled panel covers as little of it as may be, and the title bar stands
@@ -223,10 +234,19 @@ bool MachineDock::eventFilter(QObject* pObject, QEvent* pEvent)
 void MachineDock::resizeEvent(QResizeEvent* pEvent)
 {
     QDockWidget::resizeEvent(pEvent);
-    // Another language may be wider.
-    if (m_pWizard) {
-        KeepInside();
+    if (!m_pWizard) {
+        return;
     }
+    KeepInside();
+    // Another language may be wider.
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            if (m_pWizard && HasRoom() != m_bHasRoom) {
+                PlaceWizard(m_pWizard->pos());
+            }
+        },
+        Qt::QueuedConnection);
 }
 
 void MachineDock::Retranslate()

@@ -14,6 +14,8 @@ class QVBoxLayout;
 namespace Workbench
 {
 
+class PanelScroll;
+
 class MachineDock : public QDockWidget
 {
     Q_OBJECT
@@ -44,6 +46,7 @@ private:
     QRect Screen() const;
     QPoint Centred(QSize wizard) const;
     void KeepInside();
+    bool HasRoom() const;
     void PlaceWizard(QPoint place);
     void PlaceBeside(QPoint place);
     void PlaceAbove(QPoint place);
@@ -52,6 +55,7 @@ private:
     QVBoxLayout* m_pLayout;
     QVBoxLayout* m_pBelow; ///< what came along with the panel
     QWidget* m_pTitle;
+    PanelScroll* m_pScroll;
     QLabel* m_pName;
     QToolButton* m_pRoll;
     QPointer<QWidget> m_pWizard; ///< null inside the main window

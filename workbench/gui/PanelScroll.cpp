@@ -26,6 +26,12 @@ PanelScroll::PanelScroll(QWidget* pPanel)
     pPanel->installEventFilter(this);
 }
 
+void PanelScroll::SetRoomForBar(bool bRoom)
+{
+    m_bRoomForBar = bRoom;
+    updateGeometry();
+}
+
 QSize PanelScroll::sizeHint() const
 {
     return widget()->sizeHint() + QSize(BarWidth(), 0);
@@ -48,7 +54,7 @@ bool PanelScroll::eventFilter(QObject* pObject, QEvent* pEvent)
 
 int PanelScroll::BarWidth() const
 {
-    return verticalScrollBar()->sizeHint().width();
+    return m_bRoomForBar ? verticalScrollBar()->sizeHint().width() : 0;
 }
 
 } // namespace Workbench

@@ -20,6 +20,10 @@ class PanelScroll : public QScrollArea
 public:
     explicit PanelScroll(QWidget* pPanel);
 
+    /// Whether the bar has room of its own beside the panel, as it has at first. Without it a bar covers the panel's
+    /// edge: for where the height is known to do.
+    void SetRoomForBar(bool bRoom);
+
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
 
@@ -28,6 +32,8 @@ protected:
 
 private:
     int BarWidth() const;
+
+    bool m_bRoomForBar = true;
 };
 
 } // namespace Workbench
