@@ -25,17 +25,28 @@ QString IniKey(const QString& strSection, const QString& strKey)
     return QString("%1%2%3").arg(strSection, QString("/"), strKey);
 }
 
-QVariant ReadIni(const QString& strSection, const QString& strKey, const QVariant& defaultValue, const QString& strFile)
+/// False, with a log line, for what only looks like an INI file.
+/// @param pWhat  what is not done with it
+bool IsIni(const QString& strFile, const char* pWhat)
 {
     const QFileInfo info(strFile);
     // A pipe that somebody left under the name would hold the reader for good.
     if (info.exists() && !info.isFile()) {
-        ILog_WriteLogF(2, "%s is no plain file and is not read", strFile.toUtf8().constData());
-        return defaultValue;
+        ILog_WriteLogF(2, "%s is no plain file and is not %s", strFile.toUtf8().constData(), pWhat);
+        return false;
     }
     // A damaged file is not loaded whole into memory: no file of ours comes near the bound.
     if (info.size() > g_nMaxIniBytes) {
-        ILog_WriteLogF(2, "%s is larger than %lld bytes and is not read", strFile.toUtf8().constData(), g_nMaxIniBytes);
+        ILog_WriteLogF(2, "%s is larger than %lld bytes and is not %s", strFile.toUtf8().constData(), g_nMaxIniBytes,
+                       pWhat);
+        return false;
+    }
+    return true;
+}
+
+QVariant ReadIni(const QString& strSection, const QString& strKey, const QVariant& defaultValue, const QString& strFile)
+{
+    if (!IsIni(strFile, "read")) {
         return defaultValue;
     }
     const QSettings settings(strFile, QSettings::IniFormat);
@@ -53,6 +64,9 @@ void WriteIni(const QString& strSection, const QString& strKey, const QVariant& 
 {
     if (g_pBatchSettings) {
         WriteTo(*g_pBatchSettings, strSection, strKey, value);
+        return;
+    }
+    if (!IsIni(strFile, "written")) {
         return;
     }
     QSettings settings(strFile, QSettings::IniFormat);
@@ -118,7 +132,7 @@ void WriteIniString(QString strSection, QString strKey, QString strValue, QStrin
 void BeginIniBatch(QString strFile)
 {
     // A batch that was never ended is forgotten, not saved here; this is meant.
-    g_pBatchSettings = new QSettings(strFile, QSettings::IniFormat);
+    g_pBatchSettings = IsIni(strFile, "written") ? new QSettings(strFile, QSettings::IniFormat) : nullptr;
 }
 
 void EndIniBatch()

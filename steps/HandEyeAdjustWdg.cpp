@@ -117,6 +117,13 @@ void HandEyeAdjustWdg::LoadProgress()
     };
     QList<QPointF> points;
     for (int i = 0; i < g_nMarks; ++i) {
+        for (const char* const pKey : {"X%1", "Y%1"}) {
+            const QString strKey = QString(pKey).arg(i);
+            if (ReadIniString(g_pProgressSection, strKey, "", strFile).isEmpty()) {
+                ILog_WriteLogF(2, "HandEyeAdjustWdg::LoadProgress, %s of %s is missing, the cross counts as lying at 0",
+                               QStringToUtf8(strKey).constData(), QStringToUtf8(strFile).constData());
+            }
+        }
         points << QPointF(read(QString("X%1").arg(i), 0.0), read(QString("Y%1").arg(i), 0.0));
     }
     emit SendListPtSignal(points);

@@ -153,8 +153,8 @@ void Calibrate(HostSession& session, const OperatorScript& script, Opening openi
         throw Failure(QString("The machine could not be calibrated. %1").arg(strProblem));
     }
     if (!bKept) {
-        throw Failure(
-            QString("The wizard went to its end but left no whole calibration. %1").arg(strNoPlace).trimmed());
+        throw Failure(QString("The wizard went to its end but left no whole calibration. %1")
+                          .arg(strNoPlace.isEmpty() ? session.Files().Problem() : strNoPlace));
     }
 }
 

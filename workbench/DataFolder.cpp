@@ -27,29 +27,6 @@ bool IsAutomatic(const QString& strFile)
            QSettings(strFile, QSettings::IniFormat).value("CAMERA_PARAM/AUTO_CALIBRATION", 0).toInt() != 0;
 }
 
-/// One of the files that hold matrices or a camera's model, by the rule that its name tells.
-bool IsRecord(const QString& strFile)
-{
-    using namespace Korvane::CameraCalibration;
-    const QByteArray name = strFile.toLocal8Bit();
-    if (strFile.endsWith("/DualCamerasCalibrationParam.ini")) {
-        DualFishEyeCalibrationParam pair{};
-        return LoadDualCamerasCalibrationParam(name.constData(), pair);
-    }
-    if (strFile.endsWith("_AutoDualCalibrate.xml")) {
-        FishEyeCalibrationParam camera{};
-        return LoadCalibrationParam(name.constData(), camera);
-    }
-    if (strFile.endsWith("_calibrateMap.xml")) {
-        cv::Mat matrix;
-        cv::Mat distortion;
-        double dError = 0.0;
-        return LoadCameraParameters(name.toStdString(), matrix, distortion, dError);
-    }
-    cv::Mat homography;
-    return LoadHomography(name.toStdString(), homography);
-}
-
 void RequireReadable(const QString& strResult, const QString& strName)
 {
     const QFileInfo file(strResult + strName);
@@ -125,6 +102,28 @@ QString DataRoot()
     const bool bQuillmark = CUiPermissionsManager::GetInstance()->GetThemeName() == "Quillmark";
     return QDir::cleanPath(QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation) +
                            (bQuillmark ? "/../Quillmark/Resources" : "/../Quillboost/Resources"));
+}
+
+bool IsRecord(const QString& strFile)
+{
+    using namespace Korvane::CameraCalibration;
+    const QByteArray name = strFile.toLocal8Bit();
+    if (strFile.endsWith("/DualCamerasCalibrationParam.ini")) {
+        DualFishEyeCalibrationParam pair{};
+        return LoadDualCamerasCalibrationParam(name.constData(), pair);
+    }
+    if (strFile.endsWith("_AutoDualCalibrate.xml")) {
+        FishEyeCalibrationParam camera{};
+        return LoadCalibrationParam(name.constData(), camera);
+    }
+    if (strFile.endsWith("_calibrateMap.xml")) {
+        cv::Mat matrix;
+        cv::Mat distortion;
+        double dError = 0.0;
+        return LoadCameraParameters(name.toStdString(), matrix, distortion, dError);
+    }
+    cv::Mat homography;
+    return LoadHomography(name.toStdString(), homography);
 }
 
 void RequireCalibration(CalibrationUse use)

@@ -18,6 +18,9 @@ enum class CalibrationUse { Points, Pictures };
 /// of its records cannot be read, or where pictures on their way through the pipeline cannot be written. The plug-in
 /// itself converts points without telling.
 void RequireCalibration(CalibrationUse use);
+/// One of the files that hold matrices or a camera's model, by the rule that its name tells. False, with a log line,
+/// where it is none or is damaged.
+bool IsRecord(const QString& strFile);
 /// Throws `Failure` where the lenses of a manual calibration are plainly those of pictures of another size, pixels; its
 /// pipeline makes a picture of any. The automatic flow's refuses them itself.
 void RequireSizesOfCalibration(QSize leftPx, QSize rightPx);

@@ -19,6 +19,34 @@ namespace
 {
 
 constexpr const char* g_pCameraType = "PROGRESS/CAMERA_TYPE";
+constexpr const char* g_pStep = "PROGRESS/PROGRESS";
+/// Of the manual flow; the steps behind it are about the crosses of the pattern that was sent.
+constexpr int g_nFusionStep = 3;
+constexpr int g_nCrosses = 18;
+constexpr const char* g_pHomography = "/mapImgR2L.xml";
+
+/// The page of the marks takes a place that is missing for 0.
+bool HasLostCrosses(const QSettings& progress)
+{
+    for (int i = 0; i < g_nCrosses; ++i) {
+        for (const char* pKey : {"PROGRESS/X%1", "PROGRESS/Y%1"}) {
+            bool bNumber = false;
+            progress.value(QString(pKey).arg(i)).toDouble(&bNumber);
+            if (!bNumber) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+/// Removes a file that is there and damaged.
+void RemoveNoRecord(const QString& strFile)
+{
+    if (QFileInfo::exists(strFile) && !IsRecord(strFile)) {
+        QFile::remove(strFile);
+    }
+}
 
 /// Copies a folder beside its final name first, so that a copy under that name is a whole one.
 void CopyFolderWhole(const QString& strFrom, const QString& strTo)
@@ -102,6 +130,10 @@ void RunFiles::Prepare(Opening opening, const std::function<bool(const QString&)
 {
     if (!QDir().mkpath(m_strFolder)) {
         throw Failure("The folder %1 cannot be made.", {m_strFolder});
+    }
+    const QString strProgress = m_strFolder + "/Progress.ini";
+    if (QFileInfo::exists(strProgress) && !QFileInfo(strProgress).isFile()) {
+        throw Failure("%1 is no file.", {strProgress});
     }
     // The wizard passes over what it cannot write.
     for (const char* pName : {"", "/Result", "/Output", "/Output/L_images", "/Output/R_images", "/Temp"}) {
@@ -222,7 +254,8 @@ void RunFiles::RemoveFlagsOfOtherFlow()
     if (m_bManual) {
         for (const char* pName : {"AutoDualCalibrate_stitch.xml", "LeftCameraParam.ini", "RightCameraParam.ini"}) {
             const QString strFile = m_strResult + "/" + pName;
-            if (QSettings(strFile, QSettings::IniFormat).value("CAMERA_PARAM/AUTO_CALIBRATION", 0).toInt() != 0 &&
+            if (QFileInfo(strFile).isFile() &&
+                QSettings(strFile, QSettings::IniFormat).value("CAMERA_PARAM/AUTO_CALIBRATION", 0).toInt() != 0 &&
                 !QFile::remove(strFile)) {
                 throw Failure("The folder %1 cannot be written.", {m_strResult});
             }
@@ -231,36 +264,52 @@ void RunFiles::RemoveFlagsOfOtherFlow()
     QDir().mkpath(m_strResult); // the pages write into it
 }
 
+// The wizard would come to what is damaged in its files page by page, and break off.
 void RunFiles::PrepareManual(Opening opening, const std::function<bool(const QString&)>& writeLensFiles)
 {
+    const QString strOutput = m_strFolder + "/Output";
+    const QString strHomography = strOutput + g_pHomography;
     QSettings progress(m_strFolder + "/Progress.ini", QSettings::IniFormat);
     progress.setValue(g_pCameraType, 0);
+    if (progress.value(g_pStep, 0).toInt() > g_nFusionStep && (HasLostCrosses(progress) || !IsRecord(strHomography))) {
+        ILog_WriteLogF(2,
+                       "%s or the homography beside it is damaged; the run is resumed at the fusion, before the "
+                       "crosses are sent",
+                       qPrintable(progress.fileName()));
+        progress.setValue(g_pStep, g_nFusionStep);
+    }
     progress.sync();
-    const QString strOutput = m_strFolder + "/Output";
     if (progress.status() != QSettings::NoError || !QDir().mkpath(strOutput)) {
         throw Failure("The folder %1 cannot be written.", {m_strFolder});
     }
     // Without them the wizard itself says that it cannot send one.
     CopyFusionPatterns(m_strFolder + "/FusionCalibImages");
+    for (const char* pName : {"/cameraL_calibrateMap.xml", "/cameraR_calibrateMap.xml"}) {
+        RemoveNoRecord(strOutput + pName);
+    }
     if (writeLensFiles && !HasAll(strOutput, {"cameraL_calibrateMap.xml", "cameraR_calibrateMap.xml"}) &&
         !writeLensFiles(strOutput)) {
         throw Failure("The machine's lens files cannot be written to %1.", {strOutput});
     }
-    if (opening == Opening::Coordinate && !HasAll(strOutput, {"mapImgR2L.xml"}) &&
-        !QFile::copy(m_strResult + "/mapImgR2L.xml", strOutput + "/mapImgR2L.xml")) {
-        throw Failure("The homography of the pair cannot be copied to %1.", {strOutput});
+    if (opening == Opening::Coordinate) {
+        RemoveNoRecord(strHomography);
+        if (!QFile::exists(strHomography) &&
+            !(IsRecord(m_strResult + g_pHomography) && QFile::copy(m_strResult + g_pHomography, strHomography))) {
+            throw Failure("The homography of the pair cannot be copied to %1.", {strOutput});
+        }
     }
 }
 
-bool RunFiles::IsWhole() const
+bool RunFiles::IsWhole()
 {
+    m_strProblem.clear();
     try {
         RequireCalibration(CalibrationUse::Pictures);
-        return true;
     } catch (const Failure& failure) {
+        m_strProblem = QString::fromUtf8(failure.what());
         ILog_WriteLogF(1, "The run left no whole calibration: %s", failure.what());
-        return false;
     }
+    return m_strProblem.isEmpty();
 }
 
 bool RunFiles::Conclude(bool bFinished)

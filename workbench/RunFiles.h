@@ -40,6 +40,8 @@ public:
     ///                   the same
     /// @return whether the run's results are kept
     bool Conclude(bool bFinished);
+    /// What a run that was finished left undone, in English; empty where its results are kept.
+    QString Problem() const { return m_strProblem; }
 
 private:
     void BackUp();
@@ -48,13 +50,14 @@ private:
     void BringRunBack();
     void RemoveFlagsOfOtherFlow();
     void PrepareManual(Opening opening, const std::function<bool(const QString&)>& writeLensFiles);
-    bool IsWhole() const;
+    bool IsWhole();
 
     const bool m_bManual;
     const QString m_strFolder; ///< Camera_Two
     const QString m_strResult;
     const QString m_strBackup;
     const QString m_strAside; ///< an unfinished run of the other flow, with all that its resuming needs
+    QString m_strProblem;
 };
 
 } // namespace Workbench

@@ -157,6 +157,19 @@ TEST_F(FileStore, AnOpenBatchTakesEveryWriteWhateverTheFile)
     EndIniBatch();
 }
 
+TEST_F(FileStore, APipeIsNotWrittenEitherAndNotWaitedFor)
+{
+    const QString strPipe = m_data.Folder() + "/pipe.ini";
+    ASSERT_EQ(mkfifo(strPipe.toLocal8Bit().constData(), 0600), 0);
+    WriteIniInt("S", "K", 1, strPipe);
+    BeginIniBatch(strPipe);
+    WriteIniInt("S", "K", 1, strPipe);
+    EndIniBatch();
+    ASSERT_EQ(Doubles::The().logLines.size(), 3u);
+    EXPECT_NE(Doubles::The().logLines.front().second.find("pipe.ini is no plain file and is not written"),
+              std::string::npos);
+}
+
 TEST_F(FileStore, BinaryAndHugeSettingsReadAsTheDefault)
 {
     const QString strFile = m_data.Folder() + "/junk.ini";

@@ -4,6 +4,7 @@
 #include "DataRoot.h"
 #include "Failure.h"
 #include "FullDisk.h"
+#include "KorvaneVision.h"
 
 #include <gmock/gmock.h>
 
@@ -11,6 +12,8 @@
 #include <QFile>
 #include <QSettings>
 #include <QTemporaryDir>
+
+#include <sys/stat.h>
 
 namespace
 {
@@ -29,6 +32,17 @@ protected:
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(none)");
     }
     bool Exists(const QString& strName) const { return QFileInfo::exists(Camera(strName)); }
+    void WriteHomography(const QString& strName) const
+    {
+        QDir().mkpath(QFileInfo(Camera(strName)).path());
+        EXPECT_TRUE(Korvane::CameraCalibration::SaveHomography(Camera(strName).toLocal8Bit().toStdString(),
+                                                               cv::Mat::eye(3, 3, CV_64F)));
+    }
+    static void WriteLens(const QString& strFile)
+    {
+        EXPECT_TRUE(Korvane::CameraCalibration::SaveCameraParameters(
+            strFile.toLocal8Bit().toStdString(), cv::Mat::eye(3, 3, CV_64F), cv::Mat::zeros(1, 5, CV_64F), 0.1));
+    }
     /// What a wizard does at every closing.
     void CloseWizard() const { QFile::remove(Camera("Progress.ini")); }
 
@@ -148,19 +162,25 @@ TEST_F(FilesOfARun, AManualRunFindsItsCameraTypeAndLensFiles)
     int nCalls = 0;
     const auto writeLens = [&](const QString& strFolder) {
         ++nCalls;
-        m_data.WriteFile(strFolder + "/cameraL_calibrateMap.xml", "left");
-        m_data.WriteFile(strFolder + "/cameraR_calibrateMap.xml", "right");
+        WriteLens(strFolder + "/cameraL_calibrateMap.xml");
+        WriteLens(strFolder + "/cameraR_calibrateMap.xml");
         return true;
     };
     m_manual.Prepare(Opening::Calibration, writeLens);
     EXPECT_EQ(QSettings(Camera("Progress.ini"), QSettings::IniFormat).value("PROGRESS/CAMERA_TYPE", 1).toInt(), 0);
-    EXPECT_EQ(Read("Output/cameraL_calibrateMap.xml"), "left");
+    const QByteArray lens = Read("Output/cameraL_calibrateMap.xml");
+    EXPECT_GT(lens.size(), 100);
     m_manual.Conclude(false);
     CloseWizard();
     // The window deletes both at its closing, so they are written before each opening, and only where they are missing.
     m_manual.Prepare(Opening::Fusion, writeLens);
     EXPECT_EQ(QSettings(Camera("Progress.ini"), QSettings::IniFormat).value("PROGRESS/CAMERA_TYPE", 1).toInt(), 0);
     EXPECT_EQ(nCalls, 1);
+    // Or damaged: the wizard would fail with one.
+    Write("Output/cameraR_calibrateMap.xml", lens.left(lens.size() / 2));
+    m_manual.Prepare(Opening::Fusion, writeLens);
+    EXPECT_EQ(nCalls, 2);
+    EXPECT_EQ(Read("Output/cameraR_calibrateMap.xml"), lens);
     EXPECT_THROW(RunFiles(Kind::Manual).Prepare(Opening::Coordinate, writeLens), Failure) << "no homography to copy";
 }
 
@@ -171,9 +191,16 @@ TEST_F(FilesOfARun, LensFilesThatCannotBeWrittenKeepTheWizardShut)
 
 TEST_F(FilesOfARun, ACoordinateRunOfAManualMachineFindsThePairsHomography)
 {
-    Write("Result/mapImgR2L.xml", "pair");
+    WriteHomography("Result/mapImgR2L.xml");
     m_manual.Prepare(Opening::Coordinate);
-    EXPECT_EQ(Read("Output/mapImgR2L.xml"), "pair");
+    const QByteArray pair = Read("Result/mapImgR2L.xml");
+    EXPECT_EQ(Read("Output/mapImgR2L.xml"), pair);
+    Write("Output/mapImgR2L.xml", "damaged");
+    m_manual.Prepare(Opening::Coordinate);
+    EXPECT_EQ(Read("Output/mapImgR2L.xml"), pair);
+    Write("Output/mapImgR2L.xml", "damaged");
+    Write("Result/mapImgR2L.xml", "damaged too");
+    EXPECT_THROW(m_manual.Prepare(Opening::Coordinate), Failure);
 }
 
 TEST_F(FilesOfACalibratedMachine, AManualRunMeetsNoFlagsOfTheAutomaticFlowAndACancelBringsThemBack)
@@ -323,6 +350,50 @@ TEST_F(FilesOfARun, ADiskWithoutRoomIsToldBeforeAnythingIsMoved)
         EXPECT_EQ(Read("Progress.ini"), "[PROGRESS]\nPROGRESS=2\nCAMERA_TYPE=0\n");
         EXPECT_TRUE(Exists("Output/L_images/1.png"));
     }
+}
+
+TEST_F(FilesOfARun, AManualRunWithDamagedFilesIsResumedBeforeTheyAreMade)
+{
+    QByteArray whole = "[PROGRESS]\nCAMERA_TYPE=0\nPROGRESS=5\n";
+    for (int i = 0; i < 18; ++i) {
+        whole += QString("X%1=%2\nY%1=%3\n").arg(i).arg(75 + 150 * (i % 6)).arg(75 + 225 * (i / 6)).toUtf8();
+    }
+    const auto stepOf = [this](const QByteArray& progress) {
+        Write("Progress.ini", progress);
+        m_manual.Prepare(Opening::Calibration);
+        return QSettings(Camera("Progress.ini"), QSettings::IniFormat).value("PROGRESS/PROGRESS").toInt();
+    };
+    EXPECT_EQ(stepOf(whole), 3) << "there is no homography";
+    WriteHomography("Output/mapImgR2L.xml");
+    EXPECT_EQ(stepOf(whole), 5);
+    EXPECT_EQ(stepOf(whole.chopped(whole.size() - whole.indexOf("Y17"))), 3);
+    EXPECT_EQ(stepOf(QByteArray(whole).replace("X3=525", "X3=5 25")), 3);
+    EXPECT_EQ(stepOf("[PROGRESS]\nCAMERA_TYPE=0\nPROGRESS=2\n"), 2) << "there are none yet";
+    Write("Output/mapImgR2L.xml", "damaged");
+    EXPECT_EQ(stepOf(whole), 3);
+}
+
+TEST_F(FilesOfARun, ProgressThatIsNoFileIsNotWaitedFor)
+{
+    ASSERT_TRUE(QDir().mkpath(Camera("")));
+    ASSERT_EQ(mkfifo(Camera("Progress.ini").toLocal8Bit().constData(), 0600), 0);
+    for (RunFiles* const pFiles : {&m_automatic, &m_manual}) {
+        pFiles->Recover();
+        try {
+            pFiles->Prepare(Opening::Calibration);
+            ADD_FAILURE() << "nothing was said";
+        } catch (const Failure& failure) {
+            EXPECT_EQ(failure.Key(), "%1 is no file.");
+        }
+    }
+}
+
+TEST_F(FilesOfARun, ARunThatLeftNoWholeCalibrationSaysWhatIsMissing)
+{
+    m_manual.Prepare(Opening::Calibration);
+    EXPECT_EQ(m_manual.Problem(), "");
+    EXPECT_FALSE(m_manual.Conclude(true));
+    EXPECT_THAT(m_manual.Problem().toStdString(), testing::HasSubstr("There is no calibration in "));
 }
 
 TEST_F(FilesOfARun, OpeningsThatMakeNoSenseAreToldWhy)

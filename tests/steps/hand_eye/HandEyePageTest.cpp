@@ -208,6 +208,22 @@ TEST_F(HandEye, AResumeReadsTheFirstEighteenPointsAndTheSize)
     EXPECT_EQ(size[0][0].toSizeF(), QSizeF(12.5, 14.5));
 }
 
+TEST_F(HandEye, APlaceThatAResumeDoesNotFindIsNamedInTheLog)
+{
+    WriteIniInt("PROGRESS", "PROGRESS", 5, ProgressFile());
+    for (int i = 0; i < 18; ++i) {
+        WriteIniDouble("PROGRESS", QString("X%1").arg(i), 10.0 * i, ProgressFile());
+        if (i != 7) {
+            WriteIniDouble("PROGRESS", QString("Y%1").arg(i), 0.0, ProgressFile());
+        }
+    }
+    Doubles::The().logLines.clear();
+    m_pPage = std::make_unique<HandEyeAdjustWdg>();
+    Show();
+    EXPECT_THAT(Doubles::The().logLines,
+                testing::ElementsAre(testing::Pair(2, testing::HasSubstr("LoadProgress, Y7 of "))));
+}
+
 TEST_F(HandEye, WhatAResumeDoesNotFindIsZeroAndThirtyMillimetres)
 {
     WriteIniInt("PROGRESS", "PROGRESS", 5, ProgressFile());
