@@ -43,6 +43,13 @@ MachineDock::MachineDock(QWidget* pPanel, QWidget* pParent)
     m_pContent->setObjectName("widget_machineContent");
     m_pContent->setAttribute(Qt::WA_StyledBackground);
     setWidget(m_pContent);
+    // The theme has a look of its own for each place.
+    connect(this, &QDockWidget::topLevelChanged, this, [this] {
+        for (QWidget* const pWidget : {m_pTitle, m_pContent, static_cast<QWidget*>(m_pName)}) {
+            pWidget->style()->unpolish(pWidget);
+            pWidget->style()->polish(pWidget);
+        }
+    });
     setTitleBarWidget(m_pTitle);
     Retranslate();
 }
