@@ -17,8 +17,9 @@ QString CalibrationResourceFolder(bool bManualMachine);
 
 /// The fusion patterns, one for each known size of bed.
 QString FusionPatternFolder();
-/// Copies those that `strFolder` does not have; what lies there already is the user's. False, with a log line, where
-/// one cannot be copied or none is installed.
+/// Copies those that `strFolder` does not have; what lies there already is the user's, also in place of an installed
+/// one. One that no machine can read is kept as ".damaged", with a log line, and counts as not there. False, with a log
+/// line, where one cannot be copied or none is installed.
 bool CopyFusionPatterns(const QString& strFolder);
 
 } // namespace Workbench

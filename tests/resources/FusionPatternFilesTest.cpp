@@ -8,6 +8,8 @@
 
 #include <QDir>
 
+#include <sys/stat.h>
+
 namespace
 {
 
@@ -108,14 +110,34 @@ TEST_F(FusionPatternFiles, AreCopiedForTheWizardWhereItHasNoneOfItsOwn)
     const TempFolder folder;
     const QString strTarget = QString::fromStdString(folder.Path("data/FusionCalibImages"));
     QDir().mkpath(strTarget);
-    folder.Write("data/FusionCalibImages/FusionImage.kv", "the user's");
+    const QByteArray users = "KV 1\nbed 900 600\nline 10 10 20 20\nend 1\n";
+    folder.Write("data/FusionCalibImages/FusionImage.kv", users);
     EXPECT_TRUE(Workbench::CopyFusionPatterns(strTarget));
-    EXPECT_EQ(folder.ReadAll("data/FusionCalibImages/FusionImage.kv"), "the user's");
+    EXPECT_EQ(folder.ReadAll("data/FusionCalibImages/FusionImage.kv"), users);
     PatternFile pattern;
     EXPECT_EQ(Workbench::ReadPatternFile(folder.Path("data/FusionCalibImages/FusionImage_813_508.kv"), pattern), "");
     EXPECT_EQ(QDir(strTarget).entryList(QDir::Files).size(), 4);
     folder.Write("no folder", "");
     EXPECT_FALSE(Workbench::CopyFusionPatterns(QString::fromStdString(folder.Path("no folder/deeper"))));
+}
+
+TEST_F(FusionPatternFiles, TakeThePlaceOfADamagedOneWhichIsKept)
+{
+    const TempFolder folder;
+    const QString strTarget = QString::fromStdString(folder.Path("data"));
+    QDir().mkpath(strTarget);
+    ASSERT_TRUE(Workbench::CopyFusionPatterns(strTarget));
+    const QByteArray whole = folder.ReadAll("data/FusionImage.kv");
+    const QByteArray half = whole.left(whole.size() / 2);
+    folder.Write("data/FusionImage.kv", half);
+    folder.Write("data/FusionImage.kv.damaged", "of a time before");
+    QFile::remove(strTarget + "/FusionImage_813_508.kv");
+    ASSERT_EQ(mkfifo(folder.Path("data/FusionImage_813_508.kv").c_str(), 0600), 0);
+    EXPECT_TRUE(Workbench::CopyFusionPatterns(strTarget));
+    EXPECT_EQ(folder.ReadAll("data/FusionImage.kv"), whole);
+    EXPECT_EQ(folder.ReadAll("data/FusionImage.kv.damaged"), half);
+    PatternFile pattern;
+    EXPECT_EQ(Workbench::ReadPatternFile(folder.Path("data/FusionImage_813_508.kv"), pattern), "");
 }
 
 TEST_F(FusionPatternFiles, AreCopiedAllTheSameWhereACopyBrokeOffOrOneCannotBeMade)
