@@ -8,7 +8,9 @@
 #include <QDir>
 #include <QEvent>
 #include <QFile>
+#include <QImage>
 #include <QLabel>
+#include <QTemporaryDir>
 #include <QTest>
 
 namespace
@@ -33,20 +35,30 @@ public:
 
 } // namespace
 
-TEST(Repolish, AWidgetWhoseSizeStaysIsPaintedAnew)
+TEST(Repolish, AWidgetOfWhichOnlyThePictureChangesIsPaintedAnew)
 {
-    QLabel label;
-    label.setStyleSheet("QLabel[state=\"2\"] { background-color: red; }");
+    const QTemporaryDir folder;
+    QImage picture(20, 10, QImage::Format_RGB32);
+    QString strStyle;
+    for (const QString strState : {"1", "2"}) {
+        picture.fill(strState == "1" ? Qt::red : Qt::green);
+        ASSERT_TRUE(picture.save(folder.filePath(strState + ".png")));
+        strStyle +=
+            QString("QLabel[state=\"%1\"] { image: url(%2); }").arg(strState, folder.filePath(strState + ".png"));
+    }
+    QWidget page;
+    page.setStyleSheet(strStyle);
+    QLabel label(&page);
     label.setProperty("state", "1");
     label.resize(60, 30);
-    label.show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(&label));
-    QCoreApplication::processEvents();
+    page.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&page));
+    QTest::qWait(20);
     PaintCounter counter;
     label.installEventFilter(&counter);
     label.setProperty("state", "2");
     Repolish(&label);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return counter.nPaints > 0; }));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return counter.nPaints > 0; }, 2000));
 }
 
 TEST(CopyFolder, TakesAllFilesAndReplacesThoseOfTheSameName)
