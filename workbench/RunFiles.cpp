@@ -132,8 +132,14 @@ void RunFiles::Prepare(Opening opening, const std::function<bool(const QString&)
         throw Failure("The folder %1 cannot be made.", {m_strFolder});
     }
     const QString strProgress = m_strFolder + "/Progress.ini";
-    if (QFileInfo::exists(strProgress) && !QFileInfo(strProgress).isFile()) {
-        throw Failure("%1 is no file.", {strProgress});
+    if (const QFileInfo progress(strProgress); progress.exists()) {
+        if (!progress.isFile()) {
+            throw Failure("%1 is no file.", {strProgress});
+        }
+        // One that cannot be read would count as none, and the run that it is of be begun anew.
+        if (!progress.isReadable() || !progress.isWritable()) {
+            throw Failure(progress.isReadable() ? "%1 cannot be written." : "%1 cannot be read.", {strProgress});
+        }
     }
     // The wizard passes over what it cannot write.
     for (const char* pName : {"", "/Result", "/Output", "/Output/L_images", "/Output/R_images", "/Temp"}) {

@@ -14,6 +14,7 @@
 #include <QTemporaryDir>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace
 {
@@ -384,6 +385,24 @@ TEST_F(FilesOfARun, ProgressThatIsNoFileIsNotWaitedFor)
             ADD_FAILURE() << "nothing was said";
         } catch (const Failure& failure) {
             EXPECT_EQ(failure.Key(), "%1 is no file.");
+        }
+    }
+}
+
+TEST_F(FilesOfARun, ProgressWithoutRightsIsNotTakenForNone)
+{
+    if (geteuid() == 0) {
+        GTEST_SKIP() << "root has all rights";
+    }
+    Write("Progress.ini", "[PROGRESS]\nPROGRESS=2\nCAMERA_TYPE=0\n");
+    for (const auto& [rights, pKey] :
+         {std::pair(QFile::WriteOwner, "%1 cannot be read."), std::pair(QFile::ReadOwner, "%1 cannot be written.")}) {
+        ASSERT_TRUE(QFile::setPermissions(Camera("Progress.ini"), rights));
+        try {
+            m_manual.Prepare(Opening::Calibration);
+            ADD_FAILURE() << pKey;
+        } catch (const Failure& failure) {
+            EXPECT_EQ(failure.Key(), pKey);
         }
     }
 }
