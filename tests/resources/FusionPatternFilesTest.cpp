@@ -8,6 +8,9 @@
 
 #include <QDir>
 
+#include <map>
+#include <vector>
+
 #include <sys/stat.h>
 
 namespace
@@ -57,6 +60,32 @@ TEST_F(FusionPatternFiles, AreDrawnForTheirBedsAboutTheMiddle)
         EXPECT_NEAR(dRight - dLeft, 0.12 * bedMm.width, 0.01 * bedMm.width) << pName;
         EXPECT_LT(dTop, 0.06 * bedMm.height) << pName;
         EXPECT_GT(dBottom, 0.94 * bedMm.height) << pName;
+    }
+}
+
+TEST_F(FusionPatternFiles, HoldNoTwoShapesThatAreAlike)
+{
+    // An outline is the strokes that go on where the one before it ended; its sides tell a shape.
+    std::map<std::vector<int>, int> shapes;
+    std::vector<int> sides;
+    cv::Point2d begin;
+    const cv::Point2d* pEnd = nullptr;
+    const PatternFile pattern = Read("FusionImage.kv");
+    for (const Simulator::EngravedLine& line : pattern.lines) {
+        if (!pEnd || *pEnd != line.fromMm) {
+            sides.clear();
+            begin = line.fromMm;
+        }
+        sides.push_back(cvRound(cv::norm(line.toMm - line.fromMm) / 0.05));
+        pEnd = &line.toMm;
+        if (line.toMm == begin) {
+            ++shapes[sides];
+            pEnd = nullptr;
+        }
+    }
+    EXPECT_GT(shapes.size(), 500u);
+    for (const auto& [ignored, nCount] : shapes) {
+        EXPECT_EQ(nCount, 1);
     }
 }
 

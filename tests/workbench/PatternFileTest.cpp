@@ -1,17 +1,16 @@
 #include "PatternFile.h"
 
+#include "FullDisk.h"
 #include "TempFolder.h"
 
 #include <gmock/gmock.h>
 #include <opencv2/core.hpp>
 
-#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <limits>
 
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace
@@ -174,16 +173,11 @@ TEST_F(Pattern, ThatCouldNotBeReadAgainIsNotWritten)
 TEST_F(Pattern, ThatTheDiskRefusesLeavesTheOneOfBeforeAndNoOtherFile)
 {
     Write("the one of before");
-    PatternFile large{{900.0, 600.0}, {}};
-    large.lines.assign(1000, {{1.0, 2.0}, {3.0, 4.0}});
-    rlimit old{};
-    getrlimit(RLIMIT_FSIZE, &old);
-    auto* const pOldHandler = std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit little{4096, old.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &little);
-    const std::string strProblem = Workbench::WritePatternFile(large, File());
-    setrlimit(RLIMIT_FSIZE, &old);
-    std::signal(SIGXFSZ, pOldHandler);
+    std::string strProblem;
+    {
+        const FullDisk full;
+        strProblem = Workbench::WritePatternFile({{900.0, 600.0}, {{{1.0, 2.0}, {3.0, 4.0}}}}, File());
+    }
     EXPECT_THAT(strProblem, HasSubstr("cannot be written"));
     EXPECT_EQ(m_folder.ReadAll("pattern.kv"), "the one of before");
     const std::filesystem::directory_iterator entries(m_folder.Path(""));

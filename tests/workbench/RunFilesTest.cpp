@@ -185,6 +185,19 @@ TEST_F(FilesOfARun, AManualRunFindsItsCameraTypeAndLensFiles)
     EXPECT_THROW(RunFiles(Kind::Manual).Prepare(Opening::Coordinate, writeLens), Failure) << "no homography to copy";
 }
 
+TEST_F(FilesOfARun, AManualRunFindsTheFusionPatternsWhereTheWizardLooksForThem)
+{
+    m_manual.Prepare(Opening::Calibration);
+    EXPECT_EQ(QDir(Camera("FusionCalibImages")).entryList(QDir::Files),
+              QStringList(
+                  {"FusionImage.kv", "FusionImage_1300_900.kv", "FusionImage_1600_1000.kv", "FusionImage_813_508.kv"}));
+    m_manual.Conclude(false);
+    CloseWizard();
+    Write("FusionCalibImages/FusionImage.kv", "the user's own");
+    m_manual.Prepare(Opening::Fusion);
+    EXPECT_EQ(Read("FusionCalibImages/FusionImage.kv"), "the user's own");
+}
+
 TEST_F(FilesOfARun, LensFilesThatCannotBeWrittenKeepTheWizardShut)
 {
     EXPECT_THROW(m_manual.Prepare(Opening::Calibration, [](const QString&) { return false; }), Failure);
