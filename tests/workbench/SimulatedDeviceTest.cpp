@@ -193,10 +193,12 @@ TEST_F(DeviceService, WhileItEngravesItIsBusyAndTakesNothing)
     Stage(m_device, g_listTwo);
     ASSERT_EQ(Send(m_device), 1011);
     std::vector<int> answers;
+    bool bAsked = false;
     QObject::connect(
         &m_device, &SimulatedDevice::StateChangedSignal, &m_device,
         [&] {
-            if (m_device.GetState().bBusy && answers.empty()) {
+            // Once: a command that is taken tells a change too.
+            if (m_device.GetState().bBusy && !std::exchange(bAsked, true)) {
                 answers = {m_device.GetChannel()->GetBusy(), Import({900.0, 600.0}), Send(m_device)};
             }
         },
