@@ -193,9 +193,10 @@ TEST_F(FilesOfARun, AManualRunFindsTheFusionPatternsWhereTheWizardLooksForThem)
                   {"FusionImage.kv", "FusionImage_1300_900.kv", "FusionImage_1600_1000.kv", "FusionImage_813_508.kv"}));
     m_manual.Conclude(false);
     CloseWizard();
-    Write("FusionCalibImages/FusionImage.kv", "the user's own");
+    const QByteArray own = "KV 1\n# the user's own\nbed 900 600\nline 1 2 3 4\nend 1\n";
+    Write("FusionCalibImages/FusionImage.kv", own);
     m_manual.Prepare(Opening::Fusion);
-    EXPECT_EQ(Read("FusionCalibImages/FusionImage.kv"), "the user's own");
+    EXPECT_EQ(Read("FusionCalibImages/FusionImage.kv"), own);
 }
 
 TEST_F(FilesOfARun, LensFilesThatCannotBeWrittenKeepTheWizardShut)
