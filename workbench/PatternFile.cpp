@@ -212,11 +212,15 @@ std::string WritePatternFile(const PatternFile& pattern, const std::string& strF
     if (!strProblem.empty()) {
         return strProblem;
     }
+    std::error_code error;
+    // The rename that ends the writing would put a file in the place of a device.
+    if (std::filesystem::exists(strFile, error) && !std::filesystem::is_regular_file(strFile, error)) {
+        return "it is no file that can be written";
+    }
     const std::string strBeside = strFile + ".part";
     std::ofstream file(strBeside, std::ios::binary);
     file << strText;
     file.close();
-    std::error_code error;
     if (file) {
         std::filesystem::rename(strBeside, strFile, error);
     }

@@ -92,10 +92,14 @@ template <typename Body> bool ReadStorage(const char* pOperation, const std::str
     }
 }
 
-/// Written beside and renamed: whole or not at all.
+/// Written beside and renamed: whole or not at all, and never in the place of a device.
 template <typename Body> bool WriteStorage(const char* pOperation, const std::string& strFile, Body body)
 {
     const std::string strBeside = strFile + ".part";
+    std::error_code error;
+    if (std::filesystem::exists(strFile, error) && !std::filesystem::is_regular_file(strFile, error)) {
+        return Korvane::Fail(pOperation, strFile + " is not written: it is no file");
+    }
     try {
         cv::FileStorage storage(".xml", cv::FileStorage::WRITE | cv::FileStorage::MEMORY | cv::FileStorage::FORMAT_XML);
         body(storage);

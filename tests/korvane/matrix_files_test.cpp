@@ -6,8 +6,11 @@
 
 #include <QFile>
 
+#include <sys/stat.h>
+
 #include <cmath>
 #include <cstdint>
+#include <filesystem>
 
 using namespace Korvane::CameraCalibration;
 
@@ -157,6 +160,14 @@ TEST_F(MatrixFiles, AFailedWriteLeavesTheOldFile)
     EXPECT_FALSE(SaveHomography(Path("h.xml"), cv::Mat()));
     cv::Mat homography;
     EXPECT_TRUE(LoadHomography(Path("h.xml"), homography));
+}
+
+TEST_F(MatrixFiles, WhatIsNoFileIsNotReplaced)
+{
+    ASSERT_EQ(::mkfifo(Path("pipe.xml").c_str(), 0600), 0);
+    EXPECT_FALSE(SaveHomography(Path("pipe.xml"), m_matHomography));
+    EXPECT_FALSE(SaveCameraParameters(Path("pipe.xml"), m_matCamera, m_matLens, 0.0));
+    EXPECT_TRUE(std::filesystem::is_fifo(Path("pipe.xml")));
 }
 
 TEST(ExpansionHomography, IsTheDiagonalTimesTheMatrix)

@@ -184,11 +184,15 @@ TEST_F(Pattern, ThatTheDiskRefusesLeavesTheOneOfBeforeAndNoOtherFile)
     EXPECT_EQ(std::distance(begin(entries), end(entries)), 1);
 }
 
-TEST_F(Pattern, ThatCannotBePutInItsPlaceLeavesNoOtherFile)
+TEST_F(Pattern, DoesNotTakeThePlaceOfWhatIsNoFile)
 {
+    const PatternFile pattern{{900.0, 600.0}, {{{1.0, 2.0}, {3.0, 4.0}}}};
+    ASSERT_EQ(mkfifo(File().c_str(), 0600), 0);
+    EXPECT_THAT(Workbench::WritePatternFile(pattern, File()), HasSubstr("no file"));
+    EXPECT_TRUE(std::filesystem::is_fifo(File()));
+    std::filesystem::remove(File());
     std::filesystem::create_directory(File());
-    EXPECT_THAT(Workbench::WritePatternFile({{900.0, 600.0}, {{{1.0, 2.0}, {3.0, 4.0}}}}, File()),
-                HasSubstr("cannot be written"));
+    EXPECT_THAT(Workbench::WritePatternFile(pattern, File()), HasSubstr("no file"));
     const std::filesystem::directory_iterator entries(m_folder.Path(""));
     EXPECT_EQ(std::distance(begin(entries), end(entries)), 1);
 }
