@@ -283,26 +283,35 @@ std::optional<BlockPosition> FitBlock(const std::vector<const ArmPixel*>& pixels
     if (pixels.size() < 12) {
         return std::nullopt;
     }
-    Eigen::MatrixXd design(static_cast<Eigen::Index>(pixels.size()), 4);
-    Eigen::VectorXd greys(static_cast<Eigen::Index>(pixels.size()));
+    // Summed up as the pixels come, without memory of their own.
+    double products[4][4] = {};
+    double greyProducts[4] = {};
+    double greySquares = 0.0;
     double alongMm = 0.0;
-    Eigen::Index row = 0;
     for (const ArmPixel* pPixel : pixels) {
         const double distance = pPixel->acrossMm - line.offsetMm - line.slope * pPixel->alongMm;
         const double z = distance / profileMm;
         const double profile = std::exp(-0.5 * z * z);
-        design.row(row) << 1.0, z, -sign * profile, -sign * profile * z / profileMm;
-        greys[row] = pPixel->grey;
-        alongMm += pPixel->alongMm / static_cast<double>(pixels.size());
-        ++row;
+        const double terms[4] = {1.0, z, -sign * profile, -sign * profile * z / profileMm};
+        for (int row = 0; row < 4; ++row) {
+            for (int col = 0; col <= row; ++col) {
+                products[row][col] += terms[row] * terms[col];
+            }
+            greyProducts[row] += terms[row] * pPixel->grey;
+        }
+        greySquares += pPixel->grey * pPixel->grey;
+        alongMm += pPixel->alongMm;
     }
-    const Eigen::Matrix4d normal = design.transpose() * design;
+    alongMm /= static_cast<double>(pixels.size());
+    // The lower triangle is all that the decomposition reads.
+    const Eigen::Matrix4d normal = Eigen::Map<const Eigen::Matrix<double, 4, 4, Eigen::RowMajor>>(&products[0][0]);
     const Eigen::LDLT<Eigen::Matrix4d> ldlt(normal);
-    if (ldlt.info() != Eigen::Success || !(ldlt.rcond() > 1.0e-12)) {
+    if (ldlt.info() != Eigen::Success || !(ldlt.vectorD().minCoeff() > 1.0e-12 * ldlt.vectorD().maxCoeff())) {
         return std::nullopt;
     }
-    const Eigen::Vector4d solution = ldlt.solve(design.transpose() * greys);
-    const double sumSquares = (greys - design * solution).squaredNorm();
+    const Eigen::Map<const Eigen::Vector4d> right(greyProducts);
+    const Eigen::Vector4d solution = ldlt.solve(right);
+    const double sumSquares = std::max(0.0, greySquares - solution.dot(right));
     if (pSumSquares) {
         *pSumSquares += sumSquares;
     }
