@@ -308,18 +308,18 @@ void RunFiles::PrepareManual(Opening opening, const std::function<bool(const QSt
 
 bool RunFiles::IsWhole()
 {
-    m_strProblem.clear();
     try {
         RequireCalibration(CalibrationUse::Pictures);
     } catch (const Failure& failure) {
-        m_strProblem = QString::fromUtf8(failure.what());
+        m_problem = failure;
         ILog_WriteLogF(1, "The run left no whole calibration: %s", failure.what());
     }
-    return m_strProblem.isEmpty();
+    return !m_problem;
 }
 
 bool RunFiles::Conclude(bool bFinished)
 {
+    m_problem.reset();
     if (!QFileInfo(m_strBackup).isDir()) {
         return bFinished;
     }

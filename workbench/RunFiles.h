@@ -5,11 +5,13 @@
 // the wizard has closed; where the process dies between the two, the next `Prepare` finds the backup and keeps it, so
 // that half a run is never taken for the calibration of before. No widget.
 
+#include "Failure.h"
 #include "Machine.h"
 
 #include <QString>
 
 #include <functional>
+#include <optional>
 
 namespace Workbench
 {
@@ -41,7 +43,9 @@ public:
     /// @return whether the run's results are kept
     bool Conclude(bool bFinished);
     /// What a run that was finished left undone, in English; empty where its results are kept.
-    QString Problem() const { return m_strProblem; }
+    QString Problem() const { return m_problem ? QString::fromUtf8(m_problem->what()) : QString(); }
+    /// The same, to be worded.
+    const std::optional<Failure>& Why() const { return m_problem; }
 
 private:
     void BackUp();
@@ -57,7 +61,7 @@ private:
     const QString m_strResult;
     const QString m_strBackup;
     const QString m_strAside; ///< an unfinished run of the other flow, with all that its resuming needs
-    QString m_strProblem;
+    std::optional<Failure> m_problem;
 };
 
 } // namespace Workbench

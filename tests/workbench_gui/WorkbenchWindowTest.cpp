@@ -240,6 +240,19 @@ TEST_F(CalibratedWindow, AFinishedRunIsKept)
     EXPECT_NE(m_pWindow->Run(), nullptr) << "and the wizard can be opened again, by an instance of its own";
 }
 
+TEST_F(CalibratedWindow, AFinishedRunThatLeftNoWholeCalibrationIsToldWithTheReason)
+{
+    m_pWindow->Start();
+    const QByteArray before = Read(Result("L_AutoDualCalibrate.xml"));
+    OpenWizard();
+    ASSERT_TRUE(QFile::remove(Result("L_AutoDualCalibrate.xml")));
+    EndWizard("pushButton_confirm");
+    EXPECT_EQ(Read(Result("L_AutoDualCalibrate.xml")), before);
+    const std::string strNotice = Find<QLabel>("label_notice")->text().toStdString();
+    EXPECT_THAT(strNotice, testing::HasSubstr("The run has left no whole calibration"));
+    EXPECT_THAT(strNotice, testing::HasSubstr("L_AutoDualCalibrate.xml is missing"));
+}
+
 TEST_F(CalibratedWindow, TheOpenWizardBlocksTheWindowAndNotTheMachinesPanel)
 {
     m_pWindow->Start();

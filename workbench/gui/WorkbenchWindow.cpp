@@ -3,6 +3,7 @@
 #include "AreaView.h"
 #include "DataFolder.h"
 #include "Failure.h"
+#include "FolderRoom.h"
 #include "LanguageBox.h"
 #include "LivePicture.h"
 #include "Log.h"
@@ -284,15 +285,28 @@ void WorkbenchWindow::ConcludeRun(bool bFinished)
     m_pRun->deleteLater();
     m_pRun.clear();
     const bool bKept = m_session.Files().Conclude(bFinished);
+    std::optional<Failure> problem = m_session.Files().Why();
+    if (problem) {
+        try {
+            RequireRoom(DataRoot());
+        } catch (const Failure& noRoom) {
+            problem = noRoom; // why something is missing
+        }
+    }
     ShowOpenings();
     ShowBusy();
     StartPicture();
     Notice(
-        [bKept] {
+        [bKept, problem] {
+            if (problem) {
+                const Failure& failure = *problem;
+                return Wording("The run has left no whole calibration; the machine is calibrated as it was before.") +
+                       "\n" + Wording(failure);
+            }
             return bKept ? Wording("The calibration is finished; the picture is made with it from now on.")
                          : Wording("The wizard was left before its end; the machine is calibrated as it was before.");
         },
-        false);
+        problem.has_value());
     emit RunConcludedSignal(bKept);
 }
 
