@@ -105,6 +105,12 @@ function(ctc_test_headers)
     target_precompile_headers(ctc_test_headers PRIVATE headers/CommonHeaders.h)
 endfunction()
 
+# The longest begin first, so that no core waits for the last of them; the number is about their seconds under sanitizers.
+set(CTC_LONG_TESTS end_to_end_test 140 manual_command_test 130 calibrate_command_test 120 fisheye_calibration_test 90
+    workbench_gui_tests 80 workbench_host_tests 60 korvane_chart_tests 50 korvane_matching_tests 50 simulator_tests 45
+    automatic_wrong_use_test 45 workbench_command_tests 45 bad_input_test 40 calibrated_machine_tests 40
+    distortion_page_charts_test 35 workbench_lens_tests 35)
+
 # ctc_test(name SOURCES ... LIBS ... [TIMEOUT s]): a test program, registered with ctest.
 function(ctc_test name)
     cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBS" ${ARGN})
@@ -121,6 +127,12 @@ function(ctc_test name)
         target_sources(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests/support/VisibleThreads.cpp)
         target_link_libraries(${name} PRIVATE opencv_core)
         set(sanitizer "TSAN_OPTIONS=suppressions='${CMAKE_SOURCE_DIR}/scripts/tsan.supp'")
+    endif()
+    list(FIND CTC_LONG_TESTS ${name} place)
+    if(NOT place EQUAL -1)
+        math(EXPR place "${place} + 1")
+        list(GET CTC_LONG_TESTS ${place} cost)
+        set_tests_properties(${name} PROPERTIES COST ${cost})
     endif()
     # The log of a test is not the user's.
     set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT

@@ -122,6 +122,7 @@ void Machine::Impl::PrepareClean(MountedCamera& camera) const
     const ShadeOfLens shadeOfLens(camera);
     camera.clean.create(size, CV_16UC3);
     cv::parallel_for_(cv::Range(0, size.height), [&](const cv::Range& rows) {
+        Material::Walk walk = material.NewWalk();
         for (int y = rows.start; y < rows.end; ++y) {
             const auto* pSurface = camera.surfaceMm.ptr<cv::Point2f>(y);
             const auto* pBelow = camera.surfaceMm.ptr<cv::Point2f>(std::min(y + 1, size.height - 1));
@@ -134,7 +135,7 @@ void Machine::Impl::PrepareClean(MountedCamera& camera) const
                 const float mmPerPx = std::sqrt(std::abs(across.cross(down)));
                 cv::Vec3f colour(6.0f, 6.0f, 6.0f);
                 if (mmPerPx > 0.0f && std::isfinite(mmPerPx)) {
-                    colour = material.ColourAt(pSurface[x], mmPerPx);
+                    colour = material.ColourAt(pSurface[x], mmPerPx, walk);
                 }
                 const float shade = shadeOfLens.At(x, y);
                 for (int i = 0; i < 3; ++i) {
@@ -278,6 +279,7 @@ cv::Mat Machine::Snap(Side side)
         std::vector<cv::Vec3f> levels(nCols);
         std::vector<cv::Vec3f> noise(nCols);
         cv::Mat sigma;
+        Material::Walk walk = material.NewWalk();
         for (int y = rows.start; y < rows.end; ++y) {
             const auto* pClean = camera.clean.ptr<cv::Vec3w>(y);
             const auto* pCoverage = camera.coverage.empty() ? nullptr : camera.coverage.ptr<std::uint16_t>(y);
@@ -294,7 +296,7 @@ cv::Mat Machine::Snap(Side side)
             for (std::size_t x = 0; x < nCols; ++x) {
                 float light = 1.0f;
                 if (pCoverage != nullptr && pCoverage[x] != 0) {
-                    light -= (1.0f - material.CharAt(pSurface[x])) * static_cast<float>(pCoverage[x]) / 65535.0f;
+                    light -= (1.0f - Material::CharAt(pSurface[x], walk)) * static_cast<float>(pCoverage[x]) / 65535.0f;
                 }
                 cv::Vec3f clean(pClean[x]);
                 if (painter) {

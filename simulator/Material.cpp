@@ -1,7 +1,5 @@
 #include "Material.h"
 
-#include "SeededNoise.h"
-
 #include <algorithm>
 #include <cmath>
 
@@ -47,6 +45,17 @@ Material::Material(std::uint64_t nSeed, const cv::Size2d& bedMm) : m_bedMm(bedMm
     }
 }
 
+Material::Walk Material::NewWalk() const
+{
+    Walk walk;
+    for (std::size_t i = 0; i < walk.sheet.size(); ++i) {
+        walk.sheet[i] = NoiseWalk(m_nGrain + 1u + static_cast<std::uint32_t>(i));
+    }
+    walk.frame = NoiseWalk(m_nGrain + 20u);
+    walk.burnt = NoiseWalk(m_nGrain + 30u);
+    return walk;
+}
+
 float Material::LightAt(const cv::Point2f& mm) const
 {
     float light =
@@ -59,7 +68,7 @@ float Material::LightAt(const cv::Point2f& mm) const
     return light;
 }
 
-cv::Vec3f Material::SheetAt(cv::Point2f mm, float mmPerPx) const
+cv::Vec3f Material::SheetAt(cv::Point2f mm, float mmPerPx, Walk& walk) const
 {
     // Rotary-cut veneer: rings drawn out along x, bent by slow waves and around the knots.
     float knotShade = 0.0f;
@@ -76,27 +85,27 @@ cv::Vec3f Material::SheetAt(cv::Point2f mm, float mmPerPx) const
         const float core = std::sqrt(6.76f * dx * dx + 1.44f * dy * dy);
         knotShade += Smooth(1.4f - core);
     }
-    const float wave = 26.0f * ValueNoise(m_nGrain + 1u, mm.x / 420.0f, mm.y / 190.0f) +
-                       5.0f * ValueNoise(m_nGrain + 2u, mm.x / 110.0f, mm.y / 45.0f);
+    const float wave =
+        26.0f * walk.sheet[0].At(mm.x / 420.0f, mm.y / 190.0f) + 5.0f * walk.sheet[1].At(mm.x / 110.0f, mm.y / 45.0f);
     const float y = mm.y + wave + bend;
 
     float tone = 1.0f;
-    tone += 0.045f * ValueNoise(m_nGrain + 3u, mm.x / 260.0f, y / 38.0f);
-    tone += 0.040f * ValueNoise(m_nGrain + 4u, mm.x / 300.0f, y / 9.0f);
-    tone += 0.030f * ValueNoise(m_nGrain + 5u, mm.x / 120.0f, y / 3.2f);
-    tone += 0.022f * ValueNoise(m_nGrain + 6u, mm.x / 34.0f, y / 1.3f) * Visible(1.3f, mmPerPx);
-    tone += 0.016f * ValueNoise(m_nGrain + 7u, mm.x / 9.0f, y / 0.8f) * Visible(0.8f, mmPerPx);
-    tone += 0.012f * ValueNoise(m_nGrain + 8u, mm.x / 1.5f, mm.y / 1.5f) * Visible(1.5f, mmPerPx);
+    tone += 0.045f * walk.sheet[2].At(mm.x / 260.0f, y / 38.0f);
+    tone += 0.040f * walk.sheet[3].At(mm.x / 300.0f, y / 9.0f);
+    tone += 0.030f * walk.sheet[4].At(mm.x / 120.0f, y / 3.2f);
+    tone += 0.022f * walk.sheet[5].At(mm.x / 34.0f, y / 1.3f) * Visible(1.3f, mmPerPx);
+    tone += 0.016f * walk.sheet[6].At(mm.x / 9.0f, y / 0.8f) * Visible(0.8f, mmPerPx);
+    tone += 0.012f * walk.sheet[7].At(mm.x / 1.5f, mm.y / 1.5f) * Visible(1.5f, mmPerPx);
     // Pores: short dark dashes along the grain.
-    const float pore = ValueNoise(m_nGrain + 9u, mm.x / 14.0f, y / 1.1f);
+    const float pore = walk.sheet[8].At(mm.x / 14.0f, y / 1.1f);
     tone -= 0.07f * Smooth((pore - 0.62f) / 0.3f) * Visible(1.1f, mmPerPx);
     tone -= 0.42f * std::min(knotShade, 1.0f);
 
-    const float warm = 0.02f * ValueNoise(m_nGrain + 10u, mm.x / 150.0f, y / 25.0f) + 0.35f * (1.0f - tone);
+    const float warm = 0.02f * walk.sheet[9].At(mm.x / 150.0f, y / 25.0f) + 0.35f * (1.0f - tone);
     return {m_tint[0] * tone * (1.0f - 0.5f * warm), m_tint[1] * tone, m_tint[2] * tone * (1.0f + 0.3f * warm)};
 }
 
-cv::Vec3f Material::FrameAt(const cv::Point2f& mm, float distanceMm) const
+cv::Vec3f Material::FrameAt(const cv::Point2f& mm, float distanceMm, Walk& walk)
 {
     // An anodised rail with two grooves, then the inside of the housing.
     float level = 14.0f;
@@ -106,11 +115,11 @@ cv::Vec3f Material::FrameAt(const cv::Point2f& mm, float distanceMm) const
         level -= 18.0f * Smooth(1.0f - std::abs(groove - 18.0f) / 4.0f);
         level += 14.0f * Smooth(1.0f - std::abs(groove - 4.0f) / 2.0f);
     }
-    level *= 1.0f + 0.08f * ValueNoise(m_nGrain + 20u, mm.x / 7.0f, mm.y / 7.0f);
+    level *= 1.0f + 0.08f * walk.frame.At(mm.x / 7.0f, mm.y / 7.0f);
     return {1.03f * level, level, 0.98f * level};
 }
 
-cv::Vec3f Material::ColourAt(const cv::Point2f& mm, float mmPerPx) const
+cv::Vec3f Material::ColourAt(const cv::Point2f& mm, float mmPerPx, Walk& walk) const
 {
     const float dx = std::max(-mm.x, mm.x - m_bedMm.width);
     const float dy = std::max(-mm.y, mm.y - m_bedMm.height);
@@ -120,17 +129,17 @@ cv::Vec3f Material::ColourAt(const cv::Point2f& mm, float mmPerPx) const
     const float light = LightAt(mm);
     cv::Vec3f colour(0.0f, 0.0f, 0.0f);
     if (edge < 1.0f) {
-        colour += (1.0f - edge) * light * SheetAt(mm, mmPerPx);
+        colour += (1.0f - edge) * light * SheetAt(mm, mmPerPx, walk);
     }
     if (edge > 0.0f) {
-        colour += edge * std::clamp(light, 0.3f, 1.2f) * FrameAt(mm, distance);
+        colour += edge * std::clamp(light, 0.3f, 1.2f) * FrameAt(mm, distance, walk);
     }
     return colour;
 }
 
-float Material::CharAt(const cv::Point2f& mm) const
+float Material::CharAt(const cv::Point2f& mm, Walk& walk)
 {
-    return 0.28f + 0.06f * ValueNoise(m_nGrain + 30u, mm.x / 4.0f, mm.y / 4.0f);
+    return 0.28f + 0.06f * walk.burnt.At(mm.x / 4.0f, mm.y / 4.0f);
 }
 
 } // namespace Simulator

@@ -42,22 +42,27 @@ double NormalQuantile(double share)
 
 } // namespace
 
-float ValueNoise(std::uint32_t nSeed, float x, float y)
+float NoiseWalk::At(float x, float y)
 {
     const float fx = std::floor(x);
     const float fy = std::floor(y);
     const auto ix = static_cast<std::int32_t>(fx);
     const auto iy = static_cast<std::int32_t>(fy);
+    if (!m_bKnown || ix != m_nX || iy != m_nY) {
+        m_nX = ix;
+        m_nY = iy;
+        m_bKnown = true;
+        m_corners[0] = Lattice(m_nSeed, ix, iy);
+        m_corners[1] = Lattice(m_nSeed, ix + 1, iy);
+        m_corners[2] = Lattice(m_nSeed, ix, iy + 1);
+        m_corners[3] = Lattice(m_nSeed, ix + 1, iy + 1);
+    }
     const float u = x - fx;
     const float v = y - fy;
     const float su = u * u * (3.0f - 2.0f * u);
     const float sv = v * v * (3.0f - 2.0f * v);
-    const float a = Lattice(nSeed, ix, iy);
-    const float b = Lattice(nSeed, ix + 1, iy);
-    const float c = Lattice(nSeed, ix, iy + 1);
-    const float d = Lattice(nSeed, ix + 1, iy + 1);
-    const float top = a + (b - a) * su;
-    const float bottom = c + (d - c) * su;
+    const float top = m_corners[0] + (m_corners[1] - m_corners[0]) * su;
+    const float bottom = m_corners[2] + (m_corners[3] - m_corners[2]) * su;
     return top + (bottom - top) * sv;
 }
 

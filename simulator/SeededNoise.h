@@ -43,8 +43,28 @@ private:
     std::uint64_t m_nCount = 0;
 };
 
-/// Smooth noise over the plane, in [-1, 1], one bump per unit.
-float ValueNoise(std::uint32_t nSeed, float x, float y);
+/// Smooth noise over the plane, in [-1, 1], one bump per unit. Along a walk of short steps most of them stay between
+/// the same four corners, whose values are kept; they decide nothing about the result.
+class NoiseWalk
+{
+public:
+    explicit NoiseWalk(std::uint32_t nSeed = 0) : m_nSeed(nSeed) {}
+
+    float At(float x, float y);
+
+private:
+    std::uint32_t m_nSeed;
+    std::int32_t m_nX = 0;
+    std::int32_t m_nY = 0;
+    bool m_bKnown = false;
+    float m_corners[4] = {};
+};
+
+/// The same for one place.
+inline float ValueNoise(std::uint32_t nSeed, float x, float y)
+{
+    return NoiseWalk(nSeed).At(x, y);
+}
 
 /// 4096 standard normal numbers, one for each value of 12 random bits; cut off at 3.7.
 const float* NormalTable();
