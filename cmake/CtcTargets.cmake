@@ -90,7 +90,7 @@ endfunction()
 # test's compile time.
 function(ctc_test_options target)
     ctc_common(${target})
-    # Half as long to compile; what a test calls is optimised in full.
+    # Quicker to compile; what a test calls is optimised in full.
     target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-Og> $<$<CONFIG:RelWithDebInfo>:-g1> -fpch-preprocess)
     if(CMAKE_CXX_FLAGS MATCHES "undefined")
         # The checks of each pointer, a third of a test's compile time here, are made in what it calls.
