@@ -19,6 +19,7 @@ const SnapshotRow g_fusionSnapshot{
     .bReportsParameters = false,
     .bAutoExposure = true,
     .bSnapsByName = false,
+    .bGivesCameraBack = false,
     .afterFailedOpen = CloseCall::None,
     .afterRefusedParameters = CloseCall::Open,
     .atEnd = CloseCall::Open,
@@ -32,6 +33,7 @@ const SnapshotRow g_handEyeSnapshot{
     .bReportsParameters = true,
     .bAutoExposure = false,
     .bSnapsByName = true,
+    .bGivesCameraBack = false,
     .afterFailedOpen = CloseCall::Target,
     .afterRefusedParameters = CloseCall::Target,
     .atEnd = CloseCall::Target,
@@ -45,6 +47,7 @@ const SnapshotRow g_stitchingSnapshot{
     .bReportsParameters = true,
     .bAutoExposure = false,
     .bSnapsByName = true,
+    .bGivesCameraBack = true,
     .afterFailedOpen = CloseCall::Target,
     .afterRefusedParameters = CloseCall::Target,
     .atEnd = CloseCall::Target,
@@ -59,6 +62,7 @@ const SnapshotRow g_autoDualSnapshot{
     .bReportsParameters = false,
     .bAutoExposure = false,
     .bSnapsByName = true,
+    .bGivesCameraBack = true,
     .afterFailedOpen = CloseCall::Open,
     .afterRefusedParameters = CloseCall::Open,
     .atEnd = CloseCall::Target,
@@ -148,15 +152,18 @@ void Report(const SnapshotRow& row, const Failure& failure, const std::string& s
     ShowNotice(failure.pNotice);
 }
 
-/// A page's camera, for as long as the page lives.
+/// A page's camera, for as long as somebody holds it.
 class PageCamera
 {
 public:
-    PageCamera(ICameraDevice& camera, QObject& page) : m_camera(camera), m_pPage(&page) {}
+    PageCamera(ICameraDevice& camera, QObject& page, bool bGoesWithPage)
+        : m_camera(camera), m_pPage(&page), m_bGoesWithPage(bGoesWithPage)
+    {
+    }
 
     void Close(CloseCall call, const std::string& strTarget)
     {
-        if (call != CloseCall::None && m_pPage) {
+        if (call != CloseCall::None && (m_pPage || !m_bGoesWithPage)) {
             m_camera.CloseCamera(call == CloseCall::Target ? strTarget.c_str() : nullptr);
         }
     }
@@ -164,6 +171,7 @@ public:
 private:
     ICameraDevice& m_camera;
     QPointer<QObject> m_pPage;
+    bool m_bGoesWithPage;
 };
 
 bool SnapInThreeTries(ICameraDevice& camera, cv::Mat& picture, const char* pName)
@@ -201,7 +209,7 @@ cv::Mat SnapOne(ICameraDevice* pCamera, const QString& cameraName, const Snapsho
         return picture;
     }
     const std::string strTarget = DeviceName(*pListed);
-    PageCamera camera(*pCamera, page);
+    PageCamera camera(*pCamera, page, row.bGivesCameraBack);
 
     if (pCamera->OpenCamera(strTarget.c_str()) != 0) {
         if (row.bReportsFailures) {

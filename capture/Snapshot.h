@@ -28,6 +28,7 @@ struct SnapshotRow {
     bool bReportsParameters; ///< the same for refused parameters
     bool bAutoExposure;      ///< asked for once the camera is open
     bool bSnapsByName;       ///< else the open camera
+    bool bGivesCameraBack;   ///< as the page goes; the cameras of other pages live until the process ends
     CloseCall afterFailedOpen;
     CloseCall afterRefusedParameters;
     CloseCall atEnd;
@@ -42,7 +43,7 @@ extern const SnapshotRow g_autoDualSnapshot;  ///< AutoDualCalibrateWdg
 ICameraDevice* LoadCamera();
 
 /// @param cameraName  as the host set it; "None" or an empty one gives no picture, in silence
-/// @param page  whose camera it is; a page that is deleted during a notice took the camera along, which is then left
-///        alone
+/// @param page  whose camera it is; a page that is deleted during a notice and gives its camera back took it along, and
+///        it is then left alone
 /// @return 8-bit grey or BGR; empty on any failure, or what a failing device left in it
 cv::Mat SnapOne(ICameraDevice* pCamera, const QString& cameraName, const SnapshotRow& row, QObject& page);

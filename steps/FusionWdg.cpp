@@ -8,7 +8,6 @@
 #include "FusionRegion.h"
 #include "ImageConversion.h"
 #include "KorvaneVision.h"
-#include "LibraryLoader.h"
 #include "Log.h"
 #include "Notice.h"
 #include "PageParts.h"
@@ -88,9 +87,6 @@ FusionWdg::FusionWdg(QWidget* parent)
 FusionWdg::~FusionWdg()
 {
     m_pCountdownTimer->stop();
-    if (m_pCamera) {
-        ReleaseModule(m_pCamera);
-    }
 }
 
 void FusionWdg::RetranslateTexts()

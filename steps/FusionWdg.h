@@ -83,7 +83,7 @@ private:
 
     cv::Mat m_matShown; ///< deep copy of the picture on the page
     std::unique_ptr<Ui::FusionWdg> ui;
-    ICameraDevice* m_pCamera = nullptr;
+    ICameraDevice* m_pCamera = nullptr; ///< never given back: it lives until the process ends, and this is meant
     std::unique_ptr<CalibrateTwoCameraIns> m_pCalibrateIns; ///< only to rectify, and only while the page is shown
     cv::Mat m_matLeft;                                      ///< of the last shot, as they came or rectified, not turned
     cv::Mat m_matRight;

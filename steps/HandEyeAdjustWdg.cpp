@@ -6,7 +6,6 @@
 #include "CalibrateTwoCameraIns.h"
 #include "FileStore.h"
 #include "ImageConversion.h"
-#include "LibraryLoader.h"
 #include "Log.h"
 #include "Notice.h"
 #include "PageParts.h"
@@ -46,9 +45,6 @@ HandEyeAdjustWdg::HandEyeAdjustWdg(QWidget* parent)
 HandEyeAdjustWdg::~HandEyeAdjustWdg()
 {
     m_pTimer->stop();
-    if (m_pCamera) {
-        ReleaseModule(m_pCamera);
-    }
 }
 
 void HandEyeAdjustWdg::SetListPt(QList<QPointF> listPt)

@@ -83,10 +83,10 @@ private:
     void PublishResults();
 
     std::unique_ptr<Ui::HandEyeAdjustWdg> ui;
-    ICameraDevice* m_pCamera = nullptr;
-    QList<QPointF> m_listPt;   ///< the pattern, machine millimetres
-    QList<QPoint> m_listCoord; ///< the recorded marks in their order, pixels of the fused picture
-    QPixmap m_pixmap;          ///< on show
+    ICameraDevice* m_pCamera = nullptr; ///< never given back: it lives until the process ends, and this is meant
+    QList<QPointF> m_listPt;            ///< the pattern, machine millimetres
+    QList<QPoint> m_listCoord;          ///< the recorded marks in their order, pixels of the fused picture
+    QPixmap m_pixmap;                   ///< on show
     /// Fuses. Of one showing of the page only: it keeps the homography that it has read, and a fusion that was done
     /// again has another.
     std::unique_ptr<CalibrateTwoCameraIns> m_pCalibrate;

@@ -177,7 +177,7 @@ TEST_P(SnapshotOfEachPage, AnEmptyListIsReportedWithAnEmptyText)
     }
 }
 
-TEST_P(SnapshotOfEachPage, APageThatIsDeletedDuringTheNoticeTookItsCameraAlong)
+TEST_P(SnapshotOfEachPage, APageThatIsDeletedDuringTheNoticeTookTheCameraAlongThatItGivesBack)
 {
     if (Is("FusionWdg")) {
         GTEST_SKIP() << "shows no notice";
@@ -189,7 +189,7 @@ TEST_P(SnapshotOfEachPage, APageThatIsDeletedDuringTheNoticeTookItsCameraAlong)
     EXPECT_TRUE(SnapOne(m_pDevice, LeftOf(Row()), Row(), *pPage).empty());
 
     EXPECT_THAT(m_answers.Notices(), SizeIs(1));
-    EXPECT_EQ(m_pCamera->Count("CloseCamera"), 0);
+    EXPECT_EQ(m_pCamera->Count("CloseCamera"), Is("HandEyeAdjustWdg") ? 1 : 0) << "one that stays is left closed";
 }
 
 TEST_P(SnapshotOfEachPage, ACameraThatDoesNotOpenIsReportedAndClosedAsThePageDoes)

@@ -39,6 +39,8 @@ protected:
             EndCountdown(*m_pPage);
         }
         m_pPage.reset();
+        EXPECT_EQ(m_module.GivenBack(), 0) << "its camera lives until the process ends";
+        ReleaseAllModules();
         PageFixture::TearDown();
     }
 
