@@ -2,8 +2,8 @@
 
 #include "Log.h"
 
+#include <QApplication>
 #include <QByteArray>
-#include <QCoreApplication>
 #include <QLibrary>
 #include <QMessageBox>
 #include <QMutex>
@@ -33,15 +33,17 @@ template <Failure> const char* LogTextBuffer(const QString&)
     return buffer.constData();
 }
 
-bool IsGuiThread()
+/// On the GUI thread only, and not in a program without widgets, which a box would end.
+bool CanShowBox()
 {
-    return QCoreApplication::instance() && QCoreApplication::instance()->thread() == QThread::currentThread();
+    const auto* const pApplication = qobject_cast<QApplication*>(QCoreApplication::instance());
+    return pApplication && pApplication->thread() == QThread::currentThread();
 }
 
 template <Failure failure> void ReportFailure(const char* pTemplate, const QString& strName, const QLibrary& library)
 {
     const QString strText = QString::fromLatin1(pTemplate).arg(strName);
-    if (IsGuiThread()) {
+    if (CanShowBox()) {
         QMessageBox::information(nullptr, "Tips", strText, QMessageBox::Ok);
     }
     ILog_WriteLog(1, LogTextBuffer<failure>(library.errorString()));

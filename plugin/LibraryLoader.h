@@ -22,7 +22,8 @@ struct LibraryRecord {
 extern std::vector<LibraryRecord*>& g_listLoadedModules;
 
 /// Loads the module `strName` and makes an instance of its interface. QLibrary adds the platform's prefix and suffix.
-/// @param bShowError  on failure show a message box, on the GUI thread only, and write a log line
+/// @param bShowError  on failure show a message box, on the GUI thread of a program with widgets only, and
+///                    write a log line
 /// @param pList  takes the record in place of the registry
 /// @return the module's instance; null when the module cannot be loaded, lacks an export, or gave none itself
 void* LoadModule(QString strName, bool bShowError, std::vector<LibraryRecord*>* pList);

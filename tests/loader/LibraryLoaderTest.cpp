@@ -144,6 +144,7 @@ TEST_F(LibraryLoader, ANullInstanceIsReturnedAndItsRecordStays)
 
     EXPECT_TRUE(ReleaseModule(nullptr)) << "a null instance is found like any other";
     EXPECT_THAT(g_listLoadedModules, IsEmpty());
+    EXPECT_TRUE(QLibrary(ModulePath("null_instance")).isLoaded()) << "only a whole record unloads";
     EXPECT_EQ(Counted("null_instance", "ReleaseCalls"), 0);
 }
 
@@ -198,6 +199,22 @@ TEST_F(LibraryLoader, AModuleThatTheHostHoldsItselfStaysLoadedForIt)
     ReleaseModule(LoadModule(ModulePath("hosted"), true, nullptr));
 
     EXPECT_TRUE(ofTheHost.isLoaded());
+}
+
+TEST_F(LibraryLoader, AModuleInAListOfTheCallersStaysLoadedForItAfterTheRegistrysLastRelease)
+{
+    void* const pInstance = LoadModule(ModulePath("kept"), true, nullptr);
+    std::vector<LibraryRecord*> list;
+    LoadModule(ModulePath("kept"), true, &list);
+    ASSERT_EQ(list.size(), 1u);
+
+    ReleaseModule(pInstance);
+
+    EXPECT_THAT(g_listLoadedModules, IsEmpty());
+    EXPECT_TRUE(list[0]->pLibrary->isLoaded());
+    list[0]->pLibrary->unload();
+    delete list[0]->pLibrary;
+    delete list[0];
 }
 
 TEST_F(LibraryLoader, ReleasingAnUnknownInstanceIsTrueAndChangesNothing)
