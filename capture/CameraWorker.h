@@ -118,9 +118,8 @@ private:
     void MeetMarker();
     void LeaveRun();
     void WaitWhilePaused();
-    /// @param bBegun  false for a run that was sent before its stop and does nothing: a picture that was asked for
-    /// since
-    ///        is for the run to come
+    /// @param bBegun  false for a run that was sent before its stop and does nothing; a picture that was asked for
+    ///        since then is for the run to come
     bool SeesStop(bool bBegun);
     void DeliverFrame(const cv::Mat& frame, cv::Mat& copy, bool bReopened);
     void SaveIfWanted(const cv::Mat& frame);
@@ -131,7 +130,7 @@ private:
     std::atomic<bool> m_bStop = true;
     std::atomic<bool> m_bSavePic = false;
     std::atomic<bool> m_bRunning = false;
-    std::atomic<bool> m_bPause = false; // guarded by m_mutex
+    std::atomic<bool> m_bPause = false; // guarded by m_mutex; atomic for the thread sanitizer, which knows no QMutex
     std::atomic<bool> m_bReopen = false;
     QString m_strPicPath;             // this and the two below are guarded by m_textMutex
     QString m_strLeftCamera = "None"; // the two-camera loop's; "None" stands for no camera
@@ -139,7 +138,7 @@ private:
     QMutex m_mutex;
     QWaitCondition m_waitCondition;
 
-    std::atomic<bool> m_bParked = false; // guarded by m_mutex
+    std::atomic<bool> m_bParked = false; // guarded by m_mutex, atomic as m_bPause is
     std::mutex m_textMutex;
 
     // How a stop meets its run. Each stop sends a marker into the worker's queue. A start that comes out of the queue

@@ -1,7 +1,8 @@
 #pragma once
 
-// The camera service: the object of the module "Camera", loaded at run time, one instance per holder. Sixteen slots in
-// a fixed order; the reserved ones hold their places. Names are zero-terminated UTF-8, null means the open camera.
+// The camera service: the object of the module "Camera", loaded at run time, one instance per holder. Sixteen entries
+// in a fixed order, of which the destructor is the first; the reserved ones hold their places. Names are
+// zero-terminated UTF-8, null means the open camera.
 
 #include <opencv2/core/mat.hpp>
 

@@ -166,7 +166,7 @@ TEST(Contracts, TheCameraHasSixteenEntriesInTheirOrder)
     ICameraDevice* p = &camera;
     std::vector<std::string> names;
     cv::Mat picture;
-    // Slot n + 1 holds entry n.
+    // The first entry is the destructor, which takes the slots 0 and 1; slot n holds entry n.
     EXPECT_EQ((Slot<int (*)(ICameraDevice*, std::vector<std::string>&)>(p, 2)(p, names)), 2);
     EXPECT_EQ((Slot<int (*)(ICameraDevice*, const char*)>(p, 3)(p, "")), 3);
     EXPECT_EQ((Slot<int (*)(ICameraDevice*, const char*)>(p, 4)(p, nullptr)), 4);
