@@ -13,6 +13,7 @@
 #include <opencv2/imgcodecs.hpp>
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <algorithm>
 #include <cstdint>
@@ -55,13 +56,18 @@ bool StitchedBytes(const StitchedSize& size, int nBits, std::size_t& nBytes)
 }
 
 /// Makes the picture of an earlier call unreadable, so that it is never taken for one that could not be written. In
-/// place: to remove or truncate it costs more than to write it anew. False where it stays.
+/// place: to remove or truncate it costs more than to write it anew. False where it stays, and for what is no plain
+/// file: a pipe would hold whoever reads the picture back.
 bool WipePicture(const QString& strFile)
 {
-    QFile file(strFile);
-    if (!file.exists()) {
+    const QFileInfo info(strFile);
+    if (!info.exists()) {
         return true;
     }
+    if (!info.isFile()) {
+        return false;
+    }
+    QFile file(strFile);
     return (file.open(QIODevice::ReadWrite) && file.write(QByteArray(2, '\0')) == 2 && file.flush()) || file.remove();
 }
 

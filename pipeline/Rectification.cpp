@@ -12,6 +12,7 @@
 #include <opencv2/imgcodecs.hpp>
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <algorithm>
 #include <stdexcept>
@@ -29,9 +30,12 @@ bool WritePicture(const cv::Mat& picture, const QString& strFile)
     try {
         std::string strReason;
         const bool bPlain = picture.type() == CV_8UC3 && !picture.empty() && picture.isContinuous();
+        // A pipe that somebody left under the name would hold the writer for good.
+        const QFileInfo info(strFile);
         const bool bWritten =
-            bPlain ? Bitmap::WriteBmp(strName.c_str(), picture.data, picture.cols, picture.rows, 24, strReason)
-                   : cv::imwrite(strName, picture);
+            (!info.exists() || info.isFile()) &&
+            (bPlain ? Bitmap::WriteBmp(strName.c_str(), picture.data, picture.cols, picture.rows, 24, strReason)
+                    : cv::imwrite(strName, picture));
         if (!bWritten) {
             ILog_WriteLogF(3, "%s: %s cannot be written", g_pCalibImage, QStringToUtf8(strFile).constData());
         }

@@ -55,7 +55,9 @@ bool ReadOne(const QString& strFile, std::vector<CalibrationPoint>& points, cons
 bool WritePointFile(const QString& strFile, const std::vector<CalibrationPoint>& points, const char* pCaller)
 {
     QFile file(strFile);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text)) {
+    const QFileInfo info(strFile);
+    // A pipe would hold the writer, too.
+    if ((info.exists() && !info.isFile()) || !file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text)) {
         ILog_WriteLogF(3, "%s:Failed to open the file!", pCaller);
         return false;
     }

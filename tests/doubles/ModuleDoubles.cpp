@@ -171,8 +171,8 @@ bool Save_Image(unsigned char* pixels, long width, long height, int bits, const 
         return false;
     }
     const cv::Mat picture(static_cast<int>(height), static_cast<int>(width), CV_8UC(bits / 8), pixels);
-    const cv::Mat white(picture.size(), picture.type(), cv::Scalar::all(255));
-    return cv::imwrite(file, Doubles::The().bSaveOther ? white : picture);
+    const cv::Mat& instead = Doubles::The().savedInstead;
+    return cv::imwrite(file, instead.empty() ? picture : instead);
 }
 
 // Writes all that the real one writes, so that a buffer which is too small shows itself under the sanitizers.

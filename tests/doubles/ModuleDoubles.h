@@ -76,7 +76,7 @@ struct State {
     bool bMirrorPair = false;            ///< the pair's x runs backward
     bool bStitchBufferZero = false;      ///< the whole buffer came in zeroed
     unsigned char nStitchGrey = 77;      ///< what the stitching fills its buffer with
-    bool bSaveOther = false;             ///< Save_Image writes white instead of what it is given
+    cv::Mat savedInstead;                ///< what Save_Image writes instead of what it is given, if anything
     double dScaleA = 0.0, dScaleB = 0.0; ///< of the last UnDistortedImage or blending
     double dLoadError = 0.0;             ///< as it came in
     std::vector<double> undistortWith;   ///< camera(0, 0) and distortion(0, 0) of each UnDistortedImage, in turn

@@ -5,6 +5,8 @@
 #include <QDir>
 #include <QFile>
 
+#include <sys/stat.h>
+
 #include <tuple>
 
 class Rectification : public PipelineFixture
@@ -67,6 +69,24 @@ TEST_F(Rectification, AScratchPictureThatCannotBeWrittenIsNamedInTheLog)
     EXPECT_EQ(Doubles::The().logLines[0].first, 3);
     EXPECT_NE(Doubles::The().logLines[0].second.find("DualCamBeforeCalibrate_LeftTemp.bmp cannot be written"),
               std::string::npos);
+}
+
+TEST_F(Rectification, APipeInPlaceOfAScratchPictureIsNotWaitedFor)
+{
+    SetFlow(1);
+    const QString strPipe = m_data.CameraTwo("DualCamBeforeCalibrate_LeftTemp.bmp");
+    ASSERT_EQ(mkfifo(strPipe.toLocal8Bit().constData(), 0600), 0);
+    // Grey pictures are written by OpenCV, colour ones by our own writer.
+    for (const int nType : {CV_8UC1, CV_8UC3}) {
+        m_matLeft = cv::Mat(20, 30, nType, cv::Scalar::all(9));
+        m_matRight = m_matLeft.clone();
+        Doubles::Reset();
+        Doubles::The().failAt["Read_Image"] = 1;
+        Calib();
+        ASSERT_FALSE(Doubles::The().logLines.empty());
+        EXPECT_NE(Doubles::The().logLines[0].second.find("DualCamBeforeCalibrate_LeftTemp.bmp cannot be written"),
+                  std::string::npos);
+    }
 }
 
 TEST_F(Rectification, BothAreRectifiedIntoTheDoubledSizeOfTheLeftPicture)

@@ -5,6 +5,8 @@
 #include <QDir>
 #include <QFile>
 
+#include <sys/stat.h>
+
 #include <algorithm>
 
 class StitchedFusion : public FusionFixture
@@ -201,15 +203,35 @@ TEST_F(StitchedFusion, AFailedSaveGivesAnEmptyPictureAndNeverTheOneBefore)
     EXPECT_NE(Doubles::The().logLines.back().second.find("DstImage.bmp"), std::string::npos);
 }
 
+TEST_F(StitchedFusion, APipeInPlaceOfTheStitchedPictureIsNotWaitedFor)
+{
+    SetFlow(1);
+    SetStitchedSize(40, 25, 24);
+    WritePoints("", "");
+    ASSERT_EQ(mkfifo(m_data.CameraTwo("DstImage.bmp").toLocal8Bit().constData(), 0600), 0);
+    Doubles::The().answers["Save_Image"] = false;
+    ASSERT_EQ(Calib(), 0);
+    EXPECT_EQ(Fuse(), 0);
+    EXPECT_TRUE(m_matDst.empty());
+    EXPECT_NE(Doubles::The().logLines.back().second.find("DstImage.bmp"), std::string::npos);
+}
+
 TEST_F(StitchedFusion, AModuleThatSavesSomethingElseDecidesWhatTheCallerGets)
 {
     SetFlow(1);
     SetStitchedSize(40, 25, 24);
     WritePoints("", "");
-    Doubles::The().bSaveOther = true;
     ASSERT_EQ(Calib(), 0);
+    const cv::Scalar stitched = cv::Scalar::all(Doubles::The().nStitchGrey);
+    Doubles::The().savedInstead = cv::Mat(25, 40, CV_8UC3, stitched);
+    Doubles::The().savedInstead.at<cv::Vec3b>(24, 39)[2] = 255;
     ASSERT_EQ(Fuse(), 0);
-    EXPECT_EQ(cv::norm(m_matDst, cv::Mat(25, 40, CV_8UC3, cv::Scalar::all(255)), cv::NORM_INF), 0.0);
+    EXPECT_EQ(m_matDst.at<cv::Vec3b>(24, 39), cv::Vec3b(77, 77, 255));
+    for (const cv::Size& size : {cv::Size(40, 20), cv::Size(36, 25), cv::Size(36, 20)}) {
+        Doubles::The().savedInstead = cv::Mat(size, CV_8UC3, stitched);
+        ASSERT_EQ(Fuse(), 0);
+        EXPECT_EQ(m_matDst.size(), size);
+    }
 }
 
 TEST_F(StitchedFusion, APictureThatTheCallerKeepsIsNotTouchedByTheNext)

@@ -119,6 +119,13 @@ TEST_F(PointFiles, APipeInPlaceOfTheFileDoesNotOpen)
     EXPECT_TRUE(Doubles::The().Logged(3, "Caller::Read: Failed to open the left file!"));
 }
 
+TEST_F(PointFiles, APipeInPlaceOfTheFileIsNotWrittenAndNotWaitedFor)
+{
+    ASSERT_EQ(mkfifo(m_strLeft.toLocal8Bit().constData(), 0600), 0);
+    EXPECT_FALSE(WritePointFile(m_strLeft, {}, "Caller::Save"));
+    EXPECT_TRUE(Doubles::The().Logged(3, "Caller::Save:Failed to open the file!"));
+}
+
 TEST_F(PointFiles, ReadingStopsAtTheFirstLineThatIsCutShort)
 {
     m_data.WriteFile(m_strLeft, "1 0 0 1 2 0 3 4 0 0 0 0\n2 0 0 1 2 0 3");
