@@ -6,6 +6,8 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <array>
+
 namespace
 {
 
@@ -37,6 +39,13 @@ protected:
         return reader.HoldsPixels(info, picture.data);
     }
 
+    QByteArray Content() const
+    {
+        QFile file(QString::fromStdString(m_strFile));
+        EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+        return file.readAll();
+    }
+
     QTemporaryDir m_folder;
     std::string m_strFile = m_folder.filePath("picture.bmp").toStdString();
 };
@@ -47,6 +56,37 @@ TEST_F(BmpFile, HoldsWhatWasWritten)
 {
     Write(Picture());
     EXPECT_TRUE(Holds(Picture()));
+}
+
+TEST_F(BmpFile, IsAPlainBitmapByteByByte)
+{
+    const std::array<unsigned char, 12> pixels{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
+    // Blanks are passed over.
+    const QByteArray colour =
+        QByteArray::fromHex("424d 46000000 00000000 36000000 28000000 02000000 02000000 0100 1800 "
+                            "00000000 10000000 00000000 00000000 00000000 00000000 "
+                            "0708090a0b0c0000 0102030405060000");
+    std::string strReason;
+    ASSERT_TRUE(Bitmap::WriteBmp(m_strFile.c_str(), pixels.data(), 2, 2, 24, strReason)) << strReason;
+    EXPECT_EQ(Content(), colour);
+
+    // Grey ones have 256 entries of a palette between header and pixels.
+    ASSERT_TRUE(Bitmap::WriteBmp(m_strFile.c_str(), pixels.data(), 3, 2, 8, strReason)) << strReason;
+    const QByteArray grey = Content();
+    ASSERT_EQ(grey.size(), 54 + 1024 + 8);
+    EXPECT_EQ(grey.left(54), QByteArray::fromHex("424d 3e040000 00000000 36040000 28000000 03000000 02000000 0100 0800 "
+                                                 "00000000 08000000 00000000 00000000 00010000 00000000"));
+    EXPECT_EQ(grey.mid(54, 8), QByteArray::fromHex("0000000001010100"));
+    EXPECT_EQ(grey.mid(54 + 1020, 4), QByteArray::fromHex("ffffff00"));
+    EXPECT_EQ(grey.right(8), QByteArray::fromHex("04050600 01020300"));
+}
+
+TEST_F(BmpFile, ASmallerPictureLeavesNothingOfALargerOne)
+{
+    Write(Picture(41, 700));
+    Write(Picture(41, 7));
+    EXPECT_EQ(Content().size(), 54 + 7 * 124);
+    EXPECT_TRUE(Holds(Picture(41, 7)));
 }
 
 TEST_F(BmpFile, OneOtherByteAnywhereIsNoticed)

@@ -1,6 +1,7 @@
 #include "DualModel.h"
 #include "FisheyeModel.h"
 #include "FisheyeScene.h"
+#include "FullDisk.h"
 
 #include "FisheyeCalibrationDllR.h"
 
@@ -142,6 +143,22 @@ TEST_F(RecordFiles, AnUnusableRecordIsNotWrittenAndTheOldFileStays)
     EXPECT_FALSE(SaveDualCamerasCalibrationParam(path.c_str(), pair));
     EXPECT_FALSE(SaveDualCamerasCalibrationParam(path.c_str(), DualFishEyeCalibrationParam{}));
     EXPECT_EQ(Read(path), "old");
+}
+
+TEST_F(RecordFiles, AFullDiskLeavesTheOldFileAndNothingBeside)
+{
+    const std::string path = Write("old");
+    bool bCamera = true;
+    bool bPair = true;
+    {
+        const FullDisk full;
+        bCamera = SaveCalibrationParam(path.c_str(), CameraRecord());
+        bPair = SaveDualCamerasCalibrationParam(path.c_str(), PairRecord());
+    }
+    EXPECT_FALSE(bCamera);
+    EXPECT_FALSE(bPair);
+    EXPECT_EQ(Read(path), "old");
+    EXPECT_EQ(std::distance(fs::directory_iterator(m_folder), fs::directory_iterator()), 1);
 }
 
 TEST_F(RecordFiles, AFolderThatIsNotThereCannotBeWrittenTo)

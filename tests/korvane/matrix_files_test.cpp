@@ -1,3 +1,4 @@
+#include "FullDisk.h"
 #include "KorvaneVision.h"
 #include "SeededNoise.h"
 #include "TempFolder.h"
@@ -11,6 +12,7 @@
 #include <cmath>
 #include <cstdint>
 #include <filesystem>
+#include <iterator>
 
 using namespace Korvane::CameraCalibration;
 
@@ -154,12 +156,31 @@ TEST_F(MatrixFiles, WhatIsNoMatrixOfItsKindIsNotWritten)
     EXPECT_FALSE(SaveHomography(Path("no/folder/h.xml"), m_matHomography));
 }
 
-TEST_F(MatrixFiles, AFailedWriteLeavesTheOldFile)
+TEST_F(MatrixFiles, ARefusedMatrixLeavesTheOldFile)
 {
     ASSERT_TRUE(SaveHomography(Path("h.xml"), m_matHomography));
     EXPECT_FALSE(SaveHomography(Path("h.xml"), cv::Mat()));
     cv::Mat homography;
     EXPECT_TRUE(LoadHomography(Path("h.xml"), homography));
+}
+
+TEST_F(MatrixFiles, AFullDiskLeavesTheOldFileAndNothingBeside)
+{
+    ASSERT_TRUE(SaveHomography(Path("h.xml"), m_matHomography));
+    bool bHomography = true;
+    bool bCamera = true;
+    {
+        const FullDisk full;
+        bHomography = SaveHomography(Path("h.xml"), cv::Mat::eye(3, 3, CV_64F));
+        bCamera = SaveCameraParameters(Path("h.xml"), m_matCamera, m_matLens, 0.5);
+    }
+    EXPECT_FALSE(bHomography);
+    EXPECT_FALSE(bCamera);
+    cv::Mat homography;
+    ASSERT_TRUE(LoadHomography(Path("h.xml"), homography));
+    EXPECT_EQ(cv::norm(homography, m_matHomography, cv::NORM_INF), 0.0);
+    const std::filesystem::directory_iterator first(m_folder.Path());
+    EXPECT_EQ(std::distance(first, std::filesystem::directory_iterator()), 1);
 }
 
 TEST_F(MatrixFiles, WhatIsNoFileIsNotReplaced)

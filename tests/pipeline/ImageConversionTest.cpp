@@ -134,6 +134,17 @@ TEST_F(ImageConversion, AQuarterTurnMovesPixelsAboutTheCentre)
     EXPECT_EQ(qRed(turned.pixel(1, 4)), 4);
     EXPECT_EQ(qGreen(turned.pixel(0, 2)), 2);
     EXPECT_EQ(qGreen(turned.pixel(2, 2)), 0);
+    // Sizes do not depend on the angle's sign.
+    const QImage back = RotateImage(image, -90.0);
+    ASSERT_EQ(back.size(), QSize(3, 5));
+    EXPECT_EQ(back.pixel(1, 2), qRgb(2, 1, 9));
+    EXPECT_GT(qRed(back.pixel(1, 0)), qRed(back.pixel(1, 4)));
+    for (const double dAngle : {180.0, -180.0}) {
+        const QImage half = RotateImage(image, dAngle);
+        ASSERT_EQ(half.size(), image.size());
+        EXPECT_EQ(half.pixel(2, 1), qRgb(2, 1, 9));
+        EXPECT_GT(qRed(half.pixel(0, 1)), qRed(half.pixel(4, 1)));
+    }
 }
 
 TEST_F(ImageConversion, UncoveredPixelsAreTransparent)

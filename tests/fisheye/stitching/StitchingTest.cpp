@@ -296,6 +296,9 @@ TEST_F(Stitching, TheSizeReachesBeyondTheMarksInWholeMillimetres)
     const cv::Size withMarks = size(marks);
     EXPECT_GE(withMarks.width, 7800);
     EXPECT_GE(withMarks.height, 5400);
+    // By 15 % of the marks' extent at most.
+    EXPECT_LE(withMarks.width, 6 * (1245 + 178));
+    EXPECT_LE(withMarks.height, 6 * (855 + 121));
     const cv::Size without = size({});
     EXPECT_GE(without.width, withMarks.width);
     // Never unlimited: well below what a fisheye lens sees toward the horizon.
