@@ -80,7 +80,7 @@ bool Korvane::CameraCalibration::UnDistortedImage(const cv::Mat& src, cv::Mat& c
         cv::Mat lens;
         cameraMatrix.convertTo(camera, CV_64F);
         distortion.convertTo(lens, CV_64F);
-        lens = lens.reshape(1, 1);
+        lens = lens.empty() ? cv::Mat::zeros(1, 5, CV_64F) : lens.reshape(1, 1);
         // The scales act about the picture's centre, so the principal point moves with them.
         const cv::Point2d centre(0.5 * (src.cols - 1), 0.5 * (src.rows - 1));
         cv::Mat scaled = camera.clone();

@@ -65,6 +65,16 @@ TEST(UnDistortedImage, IsThePictureItselfWithoutDistortionAndScale)
     EXPECT_LT(MeanDifference(scene, out), 0.5);
 }
 
+TEST(UnDistortedImage, AnEmptyDistortionIsNone)
+{
+    cv::Mat camera = Camera(), zeros = cv::Mat::zeros(1, 5, CV_64F), none, expected, out;
+    const cv::Mat scene = Scene(kSize);
+    ASSERT_TRUE(UnDistortedImage(scene, camera, zeros, 0.8, 0.7, expected));
+    ASSERT_TRUE(UnDistortedImage(scene, camera, none, 0.8, 0.7, out)) << GetLastError();
+    EXPECT_EQ(cv::norm(out, expected, cv::NORM_INF), 0.0);
+    EXPECT_TRUE(none.empty());
+}
+
 TEST(UnDistortedImage, TheScalesShrinkAboutTheCentreOfThePicture)
 {
     cv::Mat camera = Camera(), lens = cv::Mat::zeros(1, 5, CV_64F), out, expected;
