@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <optional>
 
@@ -266,8 +267,9 @@ Lattice LatticeOf(const std::vector<FoundCross>& crosses)
     lattice.nFirstCol = nLeastId - 1;
     lattice.bKnown = lattice.nCol >= lattice.nFirstCol + static_cast<int>(lattice.xMm.size());
     for (const FoundCross& cross : crosses) {
-        const int nPlace = IndexOf(lattice.yMm, cross.machineMm.y) * lattice.nCol + lattice.nFirstCol +
-                           IndexOf(lattice.xMm, cross.machineMm.x);
+        // Ids are what a caller gives: the last row of a made-up grid may lie beyond int.
+        const std::int64_t nPlace = std::int64_t{IndexOf(lattice.yMm, cross.machineMm.y)} * lattice.nCol +
+                                    lattice.nFirstCol + IndexOf(lattice.xMm, cross.machineMm.x);
         lattice.bKnown = lattice.bKnown && cross.nId == nPlace + 1;
     }
     return lattice;

@@ -133,9 +133,12 @@ FarEdge MarksEdge(const std::vector<CalibrationPoint>& left, const std::vector<C
 bool PatchMean(const PictureView& view, const SourcePlace& place, std::array<double, 3>& mean)
 {
     constexpr int nHalf = 2;
+    if (!IsInside(view, place)) {
+        return false;
+    }
     const int x = static_cast<int>(place.x + 0.5);
     const int y = static_cast<int>(place.y + 0.5);
-    if (!place.bValid || x < nHalf || y < nHalf || x >= view.nWidth - nHalf || y >= view.nHeight - nHalf) {
+    if (x < nHalf || y < nHalf || x >= view.nWidth - nHalf || y >= view.nHeight - nHalf) {
         return false;
     }
     const int nUsed = std::min(view.nChannels, 3);

@@ -171,6 +171,17 @@ TEST(ArrowHeads, IdsThatCountNoGridOnlyTellTheDirection)
     EXPECT_NE(Refusal(picture, turned).find("the other way round"), std::string::npos);
 }
 
+TEST(ArrowHeads, IdsOfAGridThatIsFarTooLargeAreBorne)
+{
+    const Scene scene(true, 9);
+    Points points = scene.Clicks();
+    for (CalibrationPoint& point : points) {
+        const int nRow = (point.nId - 1) / 8;
+        point.nId = std::min(nRow, 1) * 2'000'000'000 + (point.nId - 1) % 8 + 1 + 10 * nRow;
+    }
+    EXPECT_EQ(Refusal(scene.Picture(Arrows({kFirst})), points), "");
+}
+
 TEST(ArrowHeads, OneInTheMiddleOfTheMarksIsRefused)
 {
     const Scene scene(true, 10);
