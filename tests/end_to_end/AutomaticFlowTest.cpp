@@ -100,6 +100,15 @@ TEST_F(AutomaticFlow, KeepsItsMeasuresOfAccuracy)
     EXPECT_EQ(s_report["coverage"].toDouble(), 1.0);
 }
 
+TEST_F(AutomaticFlow, StaysBelowOneAndAHalfGibibytes)
+{
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the sanitizer keeps what is freed";
+#endif
+    EXPECT_GT(s_report["memory_mib"].toDouble(), 100.0);
+    EXPECT_LT(s_report["memory_mib"].toDouble(), 1536.0);
+}
+
 TEST_F(AutomaticFlow, ShowsTheWholeBedAtSixPixelsAMillimetre)
 {
     EXPECT_EQ(s_report["work_area_mm"].toArray(), QJsonArray({1300, 900}));

@@ -47,6 +47,15 @@ TEST(ModuleSwap, TheReplacementIsUsedByHostAndPlugin)
     EXPECT_FALSE(QDir(folder.filePath("Quillboost")).exists());
 }
 
+TEST(ModuleSwap, AReplacementOfAModuleThatIsLoadedByNameIsUsedToo)
+{
+    const QTemporaryDir folder;
+    const WorkbenchRun run = RunWorkbench({"demo", "--out", folder.filePath("out")}, folder.path(),
+                                          {{"LD_LIBRARY_PATH", CTC_REPLACEMENT_CAMERA_FOLDER}});
+    EXPECT_EQ(run.nExitCode, 1);
+    EXPECT_TRUE(run.strError.contains("The camera module lists no left and right camera")) << qPrintable(run.strError);
+}
+
 TEST(ModuleSwap, TheLibrariesCarryARunpathThatTheLoadersPathOverrides)
 {
     const QString strSection = DynamicSection(CTC_PLUGIN);
@@ -65,7 +74,7 @@ TEST(ModuleSwap, ThePluginNamesEveryModuleThatItLinks)
 {
     const QString strSection = DynamicSection(CTC_PLUGIN);
     for (const char* pName : {"libKorvaneVision.so", "libCrossPtsDetectDllR.so", "libFisheyeCalibrationDllR.so",
-                              "libUiPermissionsManager.so", "libLog.so"}) {
+                              "libThreadDialog.so", "libLog.so", "libTranslator.so", "libUiPermissionsManager.so"}) {
         EXPECT_TRUE(strSection.contains(pName)) << pName;
     }
 }
