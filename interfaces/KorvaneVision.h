@@ -24,20 +24,35 @@ struct MODULE_EXPORT ImageDirFlags {
     bool bMirrorY;
 };
 
-/// Reads a 3 x 3 CV_64F camera matrix, its distortion row and the calibration error.
+/// Reads a camera's lens file.
+/// @param cameraMatrix  3 x 3 CV_64F, pixels
+/// @param distortion    CV_64F, 4, 5, 8, 12 or 14 numbers in OpenCV's order
+/// @param error         RMS residual of the calibration, pixels
+/// False, with the outputs untouched, for a file that is missing or damaged.
 MODULE_EXPORT bool LoadCameraParameters(const std::string& file, cv::Mat& cameraMatrix, cv::Mat& distortion,
                                         double& error);
 /// Writes what `LoadCameraParameters` reads, whole or not at all.
 MODULE_EXPORT bool SaveCameraParameters(const std::string& path, const cv::Mat& cameraMatrix, const cv::Mat& distCoeffs,
                                         const double& error);
-/// Removes lens distortion. `a` and `b` scale the focal length in x and y about the picture's centre; the size stays.
+/// Removes lens distortion: Brown 1966, as cv::initUndistortRectifyMap has it. Bilinear, black outside of `src`.
+/// @param src  at most 32,766 pixels a side
+/// @param cameraMatrix, distortion  as `LoadCameraParameters` gives them; an empty distortion is none
+/// @param a, b  above 0; scale the focal length in x and y about the picture's centre ((w - 1) / 2, (h - 1) / 2)
+/// @param dst  size and type of `src`; untouched on failure
 MODULE_EXPORT bool UnDistortedImage(const cv::Mat& src, cv::Mat& cameraMatrix, cv::Mat& distortion, const double& a,
                                     const double& b, cv::Mat& dst);
-/// Reads a 3 x 3 CV_64F homography.
+/// Reads a 3 x 3 CV_64F homography. False, with the output untouched, for a file that is missing or damaged.
 MODULE_EXPORT bool LoadHomography(const std::string& file, cv::Mat& homography);
 /// Writes what `LoadHomography` reads, whole or not at all.
 MODULE_EXPORT bool SaveHomography(const std::string& path, const cv::Mat& homography);
-/// Brings both pictures upright, the right one over the left one, and blends them. `dst` is empty on failure.
+/// Brings both pictures upright, undoes the scales of `UnDistortedImage`, lays the right picture over the left one and
+/// blends them where both show something.
+/// @param left, right  8 bits, the same 1, 3 or 4 channels
+/// @param a, b  0.1 to 10; enlarge x and y of the upright pictures about their centres
+/// @param homography  3 x 3, from the enlarged upright right picture to the enlarged upright left one, pixels
+/// @param score  RMS difference in grey levels where both show something, after matching; -1 where that is too little
+/// @param dst  type of `left`; the enlarged upright left picture's frame plus an offset that depends on sizes only, so
+///             that a mark in one blended picture is right in the next; empty on failure
 MODULE_EXPORT bool DoBlendingImageForDualCam(const cv::Mat& left, const ImageDirFlags& leftFlags, const cv::Mat& right,
                                              const ImageDirFlags& rightFlags, const double& a, const double& b,
                                              const cv::Mat& homography, double& score, cv::Mat& dst);

@@ -58,7 +58,7 @@ bool Read(const CameraFiles& files, std::string& strProblem)
 {
     RawPicture& picture = PictureOf(files.side);
     if (!Read_Image(picture.pPixels, picture.nWidth, picture.nHeight, picture.nBits,
-                    files.strPicture.toUtf8().constData())) {
+                    files.strPicture.toLocal8Bit().constData())) {
         strProblem = "cannot read the picture " + files.strPicture.toStdString();
         return false;
     }
@@ -220,7 +220,7 @@ bool Stitch(const CalibrationFolder& folder, const CameraFiles& leftFiles, const
         report.strProblem = "cannot write " + strPairRecord.toStdString();
         return false;
     }
-    if (!Save_Image(stitched.data(), nWidth, nHeight, left.nBits, strStitched.toUtf8().constData())) {
+    if (!Save_Image(stitched.data(), nWidth, nHeight, left.nBits, strStitched.toLocal8Bit().constData())) {
         report.strProblem = "cannot write " + strStitched.toStdString();
         return false;
     }
