@@ -2,10 +2,7 @@
 
 #include "FisheyeCalibrationDllR.h"
 #include "ObviousStitching.h"
-
-#include <benchmark/benchmark.h>
-
-#include <opencv2/core/utility.hpp>
+#include "Ratios.h"
 
 namespace
 {
@@ -45,14 +42,9 @@ Pair& ThePair()
     return pair;
 }
 
-void SetCores(const benchmark::State& state)
-{
-    cv::setNumThreads(state.range(0) == 0 ? cv::getNumberOfCPUs() : static_cast<int>(state.range(0)));
-}
-
 void StitchingOurs(benchmark::State& state)
 {
-    SetCores(state);
+    Bench::SetCores(state);
     Pair& pair = ThePair();
     const FishEyeCalibrationParam left = Fisheye::PackRecord(pair.left.model);
     const FishEyeCalibrationParam right = Fisheye::PackRecord(pair.right.model);
@@ -69,7 +61,7 @@ void StitchingOurs(benchmark::State& state)
 
 void StitchingObvious(benchmark::State& state)
 {
-    SetCores(state);
+    Bench::SetCores(state);
     for (auto _ : state) {
         benchmark::DoNotOptimize(Bench::StitchObviously(ThePair().left, ThePair().right, g_stitched));
     }
@@ -77,7 +69,7 @@ void StitchingObvious(benchmark::State& state)
 
 void StitchingTuned(benchmark::State& state)
 {
-    SetCores(state);
+    Bench::SetCores(state);
     Bench::TunedStitching tuned(ThePair().left, ThePair().right, g_stitched);
     tuned.Stitch(ThePair().left.picture, ThePair().right.picture);
     for (auto _ : state) {
@@ -87,7 +79,7 @@ void StitchingTuned(benchmark::State& state)
 
 void RectifyOurs(benchmark::State& state)
 {
-    SetCores(state);
+    Bench::SetCores(state);
     Pair& pair = ThePair();
     const FishEyeCalibrationParam param = Fisheye::PackRecord(pair.left.model);
     cv::Mat out(g_rectified, CV_8UC3, cv::Scalar::all(0));
@@ -101,7 +93,7 @@ void RectifyOurs(benchmark::State& state)
 
 void RectifyObvious(benchmark::State& state)
 {
-    SetCores(state);
+    Bench::SetCores(state);
     for (auto _ : state) {
         benchmark::DoNotOptimize(Bench::RectifyObviously(ThePair().left, g_rectified));
     }
@@ -109,24 +101,16 @@ void RectifyObvious(benchmark::State& state)
 
 } // namespace
 
-// Argument: cores, 0 for all. The column CPU counts all threads, so it tells the work done even where others keep cores
-// busy.
-BENCHMARK(StitchingOurs)->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
-BENCHMARK(StitchingTuned)->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
-BENCHMARK(StitchingObvious)
-    ->Arg(1)
-    ->Arg(0)
-    ->Unit(benchmark::kMillisecond)
-    ->MeasureProcessCPUTime()
-    ->UseRealTime()
-    ->Iterations(3);
-BENCHMARK(RectifyOurs)->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
-BENCHMARK(RectifyObvious)
-    ->Arg(1)
-    ->Arg(0)
-    ->Unit(benchmark::kMillisecond)
-    ->MeasureProcessCPUTime()
-    ->UseRealTime()
-    ->Iterations(3);
+BENCHMARK(StitchingOurs)->Apply(Bench::MeasureOnCores);
+BENCHMARK(StitchingTuned)->Apply(Bench::MeasureOnCores);
+BENCHMARK(StitchingObvious)->Apply(Bench::MeasureOnCores)->Iterations(3);
+BENCHMARK(RectifyOurs)->Apply(Bench::MeasureOnCores);
+BENCHMARK(RectifyObvious)->Apply(Bench::MeasureOnCores)->Iterations(3);
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv)
+{
+    return Bench::RunAndCompare(argc, argv,
+                                {{"StitchingOurs", "StitchingTuned"},
+                                 {"StitchingOurs", "StitchingObvious"},
+                                 {"RectifyOurs", "RectifyObvious"}});
+}
