@@ -1,5 +1,6 @@
 // The fusion of the automatic flow: the fish-eye module stitches, by way of point files and a picture file.
 
+#include "FullDisk.h"
 #include "FusionFixture.h"
 
 #include <QDir>
@@ -135,6 +136,21 @@ TEST_F(StitchedFusion, APictureThatCannotBeWrittenIsNotReplacedByTheOneBefore)
     EXPECT_NE(LastStitching().find("(null"), std::string::npos);
 }
 
+TEST_F(StitchedFusion, APictureThatAFullDiskRefusesIsNotReplacedByTheOneBeforeWhichCanStillBeRead)
+{
+    SetFlow(1);
+    SetStitchedSize(40, 25, 24);
+    WritePoints("", "");
+    ASSERT_EQ(Calib(), 0);
+    {
+        const FullDisk full;
+        EXPECT_EQ(Calib(), 0);
+    }
+    EXPECT_EQ(Fuse(), -1);
+    EXPECT_NE(LastStitching().find("(null"), std::string::npos) << LastStitching();
+    EXPECT_NE(LastStitching().find("; null"), std::string::npos) << LastStitching();
+}
+
 TEST_F(StitchedFusion, ARecordThatCannotBeReadIsNotReplacedByTheOneBefore)
 {
     SetFlow(1);
@@ -153,6 +169,10 @@ TEST_F(StitchedFusion, UnequalPointListsFailWithTheirOwnText)
     SetFlow(1);
     WritePoints(g_line, "");
     ASSERT_EQ(Calib(), 0);
+    EXPECT_EQ(Fuse(), -1);
+    EXPECT_TRUE(Doubles::The().Logged(3, g_unequal));
+    Doubles::The().logLines.clear();
+    WritePoints(g_line, g_line + g_line);
     EXPECT_EQ(Fuse(), -1);
     EXPECT_TRUE(Doubles::The().Logged(3, g_unequal));
     EXPECT_EQ(Doubles::The().Count("FishEyeImageStitching"), 0);
