@@ -306,6 +306,75 @@ TEST_F(Stitching, TheSizeReachesBeyondTheMarksInWholeMillimetres)
     EXPECT_LT(without.height, 6 * 1800);
 }
 
+TEST_F(Stitching, TheDepthIsThatOfTheLeftPicture)
+{
+    Camera grey = m_left;
+    cv::cvtColor(m_left.picture, grey.picture, cv::COLOR_BGR2GRAY);
+    const auto bits = [](const Camera& left, const Camera& right) {
+        long nWidth = 0, nHeight = 0;
+        int nBits = 0;
+        EXPECT_TRUE(ComputeStitchedImageSize(left.picture.data, 648, 486, left.Bits(), left.record, {},
+                                             right.picture.data, 648, 486, right.Bits(), right.record, {}, nWidth,
+                                             nHeight, nBits));
+        return nBits;
+    };
+    EXPECT_EQ(bits(grey, m_right), 8);
+    EXPECT_EQ(bits(m_right, grey), 24);
+}
+
+TEST_F(Stitching, CamerasThatHangFarTooHighHaveNoSize)
+{
+    const auto raised = [](Camera camera, double dHeightMm) {
+        camera.model.translationMm[2] = dHeightMm;
+        camera.record = Fisheye::PackRecord(camera.model);
+        return camera;
+    };
+    const auto fits = [&](double dHeightMm) {
+        const Camera left = raised(m_left, dHeightMm);
+        const Camera right = raised(m_right, dHeightMm);
+        long nWidth = 7, nHeight = 8;
+        int nBits = 9;
+        const bool bFits =
+            ComputeStitchedImageSize(left.picture.data, 648, 486, 24, left.record, {}, right.picture.data, 648, 486, 24,
+                                     right.record, {}, nWidth, nHeight, nBits);
+        EXPECT_LE(static_cast<double>(nWidth) * static_cast<double>(nHeight), 5.0e8);
+        EXPECT_EQ(nBits == 9, !bFits);
+        return bFits;
+    };
+    EXPECT_TRUE(fits(1000.0));
+    EXPECT_FALSE(fits(3500.0));
+    EXPECT_FALSE(fits(900000.0));
+}
+
+TEST_F(Stitching, BeyondWhatWasComparedTheBrightnessStaysAsAtTheEnd)
+{
+    Fisheye::BrightnessMatch match;
+    match.logRatio = {0.1, 0.0, -0.1};
+    match.slope = {0.001, 0.001, 0.001};
+    match.yLowPx = 100.0;
+    match.yHighPx = 300.0;
+    match.yMidPx = 200.0;
+    EXPECT_EQ(match.Gain(-5000.0, true), match.Gain(100.0, true));
+    EXPECT_EQ(match.Gain(5000.0, false), match.Gain(300.0, false));
+    EXPECT_DOUBLE_EQ(match.Gain(300.0, true)[0], std::exp(0.5 * (0.1 + 0.1)));
+    EXPECT_DOUBLE_EQ(match.Gain(300.0, true)[0] * match.Gain(300.0, false)[0], 1.0);
+}
+
+TEST(GridWarp, ASourceThatLiesBetweenTheNodesIsPaintedAllTheSame)
+{
+    const cv::Mat source(8, 8, CV_8UC1, cv::Scalar(200));
+    const auto place = [](double x, double y) {
+        return Fisheye::SourcePlace{.bValid = true, .x = x - 20.0, .y = y - 20.0, .thetaRad = 0.1};
+    };
+    cv::Mat out(48, 48, CV_8UC1, cv::Scalar(99));
+    cv::Mat mask(48, 48, CV_8UC1, cv::Scalar(99));
+    Fisheye::PaintWarp({out.data, 48, 48, mask.data}, {{source.data, 8, 8, 1}, place, {}}, nullptr);
+    EXPECT_EQ(cv::countNonZero(out == 200), 64);
+    EXPECT_EQ(cv::countNonZero(out), 64);
+    EXPECT_EQ(out.at<uchar>(20, 20), 200);
+    EXPECT_EQ(cv::countNonZero(mask == 255), 64);
+}
+
 TEST_F(Stitching, NoSizeWithoutPixelsOrRecords)
 {
     long nWidth = 7, nHeight = 8;
