@@ -121,6 +121,21 @@ bool IsSquare(const cv::Mat& matrix)
     return matrix.rows == 3 && matrix.cols == 3 && matrix.channels() == 1 && cv::checkRange(matrix);
 }
 
+/// Why no camera has these; empty where one may. What is written and what is read is held to the same.
+std::string WhyNoCamera(const cv::Matx33d& camera, std::size_t nCoefficients)
+{
+    if (!(camera(0, 0) > 0.0) || !(camera(1, 1) > 0.0)) {
+        return "CameraMatrix has no positive focal length";
+    }
+    // As many as the lens models of OpenCV have.
+    for (const std::size_t nCount : {4U, 5U, 8U, 12U, 14U}) {
+        if (nCoefficients == nCount) {
+            return {};
+        }
+    }
+    return "Distortion has " + std::to_string(nCoefficients) + " coefficients";
+}
+
 cv::Mat AsDouble(const cv::Mat& matrix)
 {
     cv::Mat converted;
@@ -136,15 +151,18 @@ namespace Korvane::CameraCalibration
 bool SaveCameraParameters(const std::string& path, const cv::Mat& cameraMatrix, const cv::Mat& distCoeffs,
                           const double& error)
 {
-    if (!IsSquare(cameraMatrix) || distCoeffs.channels() != 1 || distCoeffs.total() > 14 ||
-        !cv::checkRange(distCoeffs)) {
+    if (!IsSquare(cameraMatrix) || distCoeffs.channels() != 1 || !cv::checkRange(distCoeffs)) {
         return Fail("SaveCameraParameters", path + " is not written: the matrices are not those of a camera");
     }
+    const cv::Mat camera = AsDouble(cameraMatrix);
+    // A lens without distortion has an empty row, which the storage cannot hold.
+    const cv::Mat lens = distCoeffs.empty() ? cv::Mat::zeros(1, 5, CV_64F) : AsDouble(distCoeffs);
+    const std::string strProblem = WhyNoCamera(camera, lens.total());
+    if (!strProblem.empty()) {
+        return Fail("SaveCameraParameters", path + " is not written: " + strProblem);
+    }
     return WriteStorage("SaveCameraParameters", path, [&](cv::FileStorage& storage) {
-        storage << "CameraMatrix" << AsDouble(cameraMatrix);
-        // A lens without distortion has an empty row, which the storage cannot hold.
-        storage << "Distortion" << (distCoeffs.empty() ? cv::Mat::zeros(1, 5, CV_64F) : AsDouble(distCoeffs));
-        storage << "Error" << error;
+        storage << "CameraMatrix" << camera << "Distortion" << lens << "Error" << error;
     });
 }
 
@@ -152,13 +170,10 @@ bool LoadCameraParameters(const std::string& file, cv::Mat& cameraMatrix, cv::Ma
 {
     return ReadStorage("LoadCameraParameters", file, [&](const cv::FileStorage& storage) {
         const cv::Mat camera = ReadSquare(storage, "CameraMatrix");
-        if (!(camera.at<double>(0, 0) > 0.0) || !(camera.at<double>(1, 1) > 0.0)) {
-            throw std::runtime_error("CameraMatrix has no positive focal length");
-        }
         const cv::Mat lens = ReadMatrix(storage, "Distortion");
-        const std::size_t nCount = lens.total();
-        if (nCount != 4 && nCount != 5 && nCount != 8 && nCount != 12 && nCount != 14) {
-            throw std::runtime_error("Distortion has " + std::to_string(nCount) + " coefficients");
+        const std::string strProblem = WhyNoCamera(camera, lens.total());
+        if (!strProblem.empty()) {
+            throw std::runtime_error(strProblem);
         }
         double dError = 0.0;
         storage["Error"] >> dError;

@@ -71,6 +71,36 @@ TEST_F(MatrixFiles, ACamerasFileComesBackAsItWasWritten)
     EXPECT_EQ(camera.type(), CV_64F);
 }
 
+TEST_F(MatrixFiles, WhatIsNoCameraIsNeitherWrittenNorRead)
+{
+    cv::Mat camera, lens;
+    double error = 0.0;
+    for (const int nCount : {0, 4, 5, 8, 12, 14}) {
+        ASSERT_TRUE(SaveCameraParameters(Path("c.xml"), m_matCamera, cv::Mat::ones(1, nCount, CV_64F), 0.5)) << nCount;
+        ASSERT_TRUE(LoadCameraParameters(Path("c.xml"), camera, lens, error)) << nCount;
+        EXPECT_EQ(lens.total(), nCount == 0 ? 5U : static_cast<std::size_t>(nCount)) << "none is written as zeros";
+    }
+    for (const int nCount : {1, 3, 6, 7, 13, 15}) {
+        EXPECT_FALSE(SaveCameraParameters(Path("n.xml"), m_matCamera, cv::Mat::ones(1, nCount, CV_64F), 0.5)) << nCount;
+    }
+    for (const double dFocal : {0.0, -2200.0}) {
+        cv::Mat wrong = m_matCamera.clone();
+        wrong.at<double>(1, 1) = dFocal;
+        EXPECT_FALSE(SaveCameraParameters(Path("n.xml"), wrong, m_matLens, 0.5)) << dFocal;
+    }
+    EXPECT_FALSE(QFile::exists(QString::fromStdString(Path("n.xml"))));
+    // Nor from a file that somebody else has written.
+    ASSERT_TRUE(SaveCameraParameters(Path("c.xml"), m_matCamera, m_matLens, 0.5));
+    QByteArray six = m_folder.ReadAll("c.xml");
+    six.replace("<cols>5</cols>", "<cols>6</cols>").replace("-1.0000000000000001e-01", "7. -1.0000000000000001e-01");
+    EXPECT_FALSE(LoadCameraParameters(Write("six.xml", six), camera, lens, error));
+    EXPECT_NE(GetLastError().find("Distortion has 6 coefficients"), std::string::npos) << GetLastError();
+    QByteArray turned = m_folder.ReadAll("c.xml");
+    turned.replace("2.2002500000000000e+03", "-2200.");
+    EXPECT_FALSE(LoadCameraParameters(Write("turned.xml", turned), camera, lens, error));
+    EXPECT_NE(GetLastError().find("focal length"), std::string::npos) << GetLastError();
+}
+
 TEST_F(MatrixFiles, AHomographyComesBackAsItWasWrittenUnderItsKey)
 {
     ASSERT_TRUE(SaveHomography(Path("h.xml"), m_matHomography));

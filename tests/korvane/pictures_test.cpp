@@ -6,6 +6,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include <cmath>
+#include <utility>
 
 using namespace Korvane::CameraCalibration;
 
@@ -20,12 +21,15 @@ cv::Mat Camera()
 }
 
 /// Smooth enough to be sampled between pixels, with detail everywhere; its level never touches 0 or 255.
-cv::Mat Scene(const cv::Size& size, double offsetX = 0.0, double gain = 1.0)
+/// @param stride  scene pixels from one of the picture to the next, about the picture's middle
+cv::Mat Scene(const cv::Size& size, double offsetX = 0.0, double gain = 1.0, const cv::Point2d& stride = {1.0, 1.0})
 {
     cv::Mat scene(size, CV_8UC3);
+    const cv::Point2d middle(0.5 * (size.width - 1), 0.5 * (size.height - 1));
     for (int y = 0; y < size.height; ++y) {
         for (int x = 0; x < size.width; ++x) {
-            const auto fx = static_cast<float>(x + offsetX), fy = static_cast<float>(y);
+            const auto fx = static_cast<float>(middle.x + stride.x * (x - middle.x) + offsetX);
+            const auto fy = static_cast<float>(middle.y + stride.y * (y - middle.y));
             for (int c = 0; c < 3; ++c) {
                 const auto nSeed = static_cast<std::uint32_t>(10 + c);
                 const float value = 120.0f + 50.0f * Simulator::ValueNoise(nSeed, fx / 25.0f, fy / 25.0f);
@@ -106,6 +110,13 @@ TEST(UnDistortedImage, AChangedLensNeverMeetsAnOldTable)
     ASSERT_TRUE(UnDistortedImage(scene, camera, first, 1.0, 1.0, c));
     EXPECT_GT(MeanDifference(a, b), 2.0);
     EXPECT_EQ(MeanDifference(a, c), 0.0);
+    // Nor do other scales, and no size that another picture had.
+    for (const auto& [dA, dB] : {std::pair(0.8, 1.0), std::pair(1.0, 0.8), std::pair(0.8, 0.8)}) {
+        ASSERT_TRUE(UnDistortedImage(scene, camera, first, dA, dB, b));
+        EXPECT_GT(MeanDifference(a, b), 2.0) << dA << " " << dB;
+    }
+    ASSERT_TRUE(UnDistortedImage(scene.rowRange(0, 300), camera, first, 1.0, 1.0, b));
+    EXPECT_EQ(b.size(), cv::Size(640, 300));
 }
 
 TEST(UnDistortedImage, BadInputIsRefused)
@@ -148,6 +159,46 @@ TEST(Blending, TheFrameDependsOnSizesOnly)
     ASSERT_TRUE(Blend(Scene(kSize), Scene(kSize, 400.0), Shift(400, 0), first, score));
     ASSERT_TRUE(Blend(Scene(kSize, 77.0), Scene(kSize, 300.0), Shift(350, 12), second, score));
     EXPECT_EQ(first.size(), second.size());
+}
+
+TEST(Blending, TheScalesAreUndoneAboutTheMiddlesOfThePictures)
+{
+    // Pictures that show more of the scene at the same size, as the rectification leaves them. The right camera hangs
+    // higher, so that what is done about another middle shows.
+    const ImageDirFlags none(-1, false, false);
+    const cv::Point2d stride(1.25, 1.1);
+    constexpr double dHigher = 1.2;
+    const cv::Mat homography =
+        (cv::Mat_<double>(3, 3) << dHigher, 0, 400, 0, dHigher, (1.0 - dHigher) * 239.5, 0, 0, 1);
+    cv::Point firstPlace;
+    for (const double dOffset : {0.0, 60.0}) {
+        const cv::Mat right =
+            Scene(kSize, dOffset + 400.0 + (dHigher - 1.0) * 319.5, 1.0, {dHigher * stride.x, dHigher * stride.y});
+        cv::Mat out, found;
+        double score = -1.0;
+        ASSERT_TRUE(DoBlendingImageForDualCam(Scene(kSize, dOffset, 1.0, stride), none, right, none, stride.x, stride.y,
+                                              homography, score, out));
+        EXPECT_LT(score, 2.0);
+        const cv::Mat expected = Scene({900, 400}, dOffset);
+        cv::matchTemplate(out, expected, found, cv::TM_SQDIFF);
+        cv::Point place;
+        cv::minMaxLoc(found, nullptr, nullptr, &place, nullptr);
+        EXPECT_LT(MeanDifference(out(cv::Rect(place, expected.size())), expected), 2.0);
+        EXPECT_TRUE(dOffset == 0.0 || place == firstPlace) << "where the left picture lies depends on sizes only";
+        firstPlace = place;
+    }
+}
+
+TEST(Blending, ARightCameraThatHangsALittleHigherOrLowerIsNotCut)
+{
+    const cv::Mat grey(kSize, CV_8UC3, cv::Scalar::all(200));
+    for (const int nShift : {-28, 28}) {
+        cv::Mat out;
+        double score = -1.0;
+        ASSERT_TRUE(Blend(grey, grey, Shift(600, nShift), out, score));
+        // All rows of the right picture, where it is alone.
+        EXPECT_EQ(cv::countNonZero(out.col(1000).reshape(1)), 3 * kSize.height) << nShift;
+    }
 }
 
 TEST(Blending, BrightnessOfTheTwoSidesIsMatched)
