@@ -147,6 +147,16 @@ TEST_F(CameraWorkerLoop, CalledDirectlyItStartsAgainAfterAStopFromAnotherThread)
     }
 }
 
+TEST_F(CameraWorkerLoop, CalledDirectlyItRunsAfterAStopThatMetNoLoop)
+{
+    m_pWorker->StopLoop();
+    StopAfterFrames(1);
+
+    m_pWorker->LoopSnapSlot();
+
+    EXPECT_EQ(m_pCamera->Count("SnapPicture"), 1);
+}
+
 TEST_F(CameraWorkerLoop, AStopBetweenTheReopenAndTheSnapSavesTheSnap)
 {
     m_pWorker->RequestReopen(false);
@@ -209,6 +219,28 @@ TEST_F(CameraWorkerLoop, AStopThatArrivesWhileParkedIsLost)
     WaitUntil([&] { return m_pCamera->Count("SnapPicture") > nSnaps + 2; });
 }
 
+TEST_F(CameraWorkerLoop, AResumeDropsEveryStopBeforeItAndTheStartAmongThemRuns)
+{
+    std::atomic<int> nGivenUp = 0;
+    std::atomic<int> nFramesSince = 0;
+    QObject::connect(m_pWorker, &CameraWorker::SnapFailedSignal, [&] { ++nGivenUp; });
+    QObject::connect(m_pWorker, &CameraWorker::SendQImgSignal, [&] { nFramesSince += nGivenUp > 0 ? 1 : 0; });
+    StartOnThread();
+    WaitForFrames(1);
+    m_pWorker->PauseLoop();
+    WaitUntil([this] { return !m_pWorker->IsLoopRunning(); });
+
+    m_pWorker->StopLoop();
+    SendStart();
+    m_pWorker->StopLoop();
+    m_pCamera->AnswerNext("SnapPicture", {-1, -1, -1, -1});
+    m_pWorker->ResumeLoop();
+
+    // The parked run gives up, and the one behind it delivers.
+    WaitUntil([&] { return nFramesSince > 1; });
+    EXPECT_EQ(nGivenUp, 1);
+}
+
 TEST_F(CameraWorkerLoop, AReopenThatFallsIntoAPauseIsDropped)
 {
     QObject::connect(m_pWorker, &CameraWorker::SendQImgSignal, m_pWorker, [this] {
@@ -226,6 +258,37 @@ TEST_F(CameraWorkerLoop, AReopenThatFallsIntoAPauseIsDropped)
 
     EXPECT_EQ(m_pCamera->Count("OpenCamera"), 0);
     EXPECT_EQ(m_pCamera->Count("CloseCamera"), 0);
+}
+
+TEST_F(CameraWorkerLoop, AReopenInAPauseThatTheLoopDoesNotNoticeIsNotDropped)
+{
+    m_pCamera->OnCall("SnapPicture", [this] {
+        if (m_pCamera->Count("SnapPicture") == 1) {
+            m_pWorker->PauseLoop();
+            m_pWorker->RequestReopen(false);
+            m_pWorker->ResumeLoop();
+        }
+    });
+    StopAfterFrames(2);
+
+    m_pWorker->LoopSnapSlot();
+
+    EXPECT_THAT(m_pCamera->Commands(),
+                ElementsAre("SnapPicture(null)", "CloseCamera(null)", "OpenCamera(Camera-Left)", "SnapPicture(null)"));
+}
+
+TEST_F(CameraWorkerLoop, AReopenJustAfterAResumeIsNotDropped)
+{
+    StartOnThread();
+    WaitForFrames(1);
+    for (int nRound = 1; nRound <= 100; ++nRound) {
+        m_pWorker->PauseLoop();
+        WaitUntil([this] { return !m_pWorker->IsLoopRunning(); });
+        // The loop may not have woken yet.
+        m_pWorker->ResumeLoop();
+        m_pWorker->RequestReopen(true);
+        ASSERT_EQ(m_pCamera->Count("OpenCamera"), nRound);
+    }
 }
 
 TEST_F(CameraWorkerLoop, APauseHoldsBackAStopThatCameFirst)

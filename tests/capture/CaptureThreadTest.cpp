@@ -91,4 +91,22 @@ TEST_F(CaptureThread, AWorkerThatIsDeletedWaitsForItsLoop)
     m_pThread->wait();
 }
 
+TEST_F(CaptureThread, AWorkerThatIsDeletedAsItsLoopBeginsEndsThatLoop)
+{
+    std::atomic<bool> bBegun = false;
+    m_pCamera->OnCall("GetCameraName", [&] {
+        bBegun = true;
+        // Time enough for the destructor to begin, on any but the busiest computer.
+        QThread::msleep(100);
+    });
+    StartOnThread();
+    WaitUntil([&] { return bBegun.load(); });
+    m_pThread->quit();
+
+    delete std::exchange(m_pWorker, nullptr);
+
+    EXPECT_EQ(m_module.GivenBack(), 1);
+    m_pThread->wait();
+}
+
 } // namespace
