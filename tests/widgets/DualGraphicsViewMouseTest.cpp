@@ -3,6 +3,7 @@
 #include "DualGraphicsViewFixture.h"
 
 #include <QCoreApplication>
+#include <QScrollBar>
 #include <QSignalSpy>
 
 // --- Double clicks
@@ -232,6 +233,19 @@ TEST_F(View, AZoomIsPainted)
     counter.Take();
     Painted::Drag(Viewport(), {390, 290});
     EXPECT_GE(counter.Take(), 1);
+}
+
+TEST_F(View, NothingIsPaintedInTheMiddleOfAZoom)
+{
+    m_view.SetPicture(Grey(2000, 1500));
+    QCoreApplication::processEvents(); // the view learns how large its scene is
+    QList<QGraphicsView::ViewportUpdateMode> modes;
+    const QObject listener;
+    QObject::connect(m_view.horizontalScrollBar(), &QScrollBar::rangeChanged, &listener,
+                     [&] { modes << m_view.viewportUpdateMode(); });
+    Wheel(120);
+    EXPECT_FALSE(modes.isEmpty());
+    EXPECT_EQ(modes.count(QGraphicsView::NoViewportUpdate), modes.size());
 }
 
 // --- Pan

@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QMouseEvent>
+#include <QPaintEvent>
 #include <QPixmap>
 #include <QWheelEvent>
 #include <QWidget>
@@ -80,7 +81,10 @@ int PaintCounter::Take()
 
 bool PaintCounter::eventFilter(QObject*, QEvent* pEvent)
 {
-    m_nPaints += pEvent->type() == QEvent::Paint ? 1 : 0;
+    if (pEvent->type() == QEvent::Paint) {
+        ++m_nPaints;
+        m_lastRegion = static_cast<const QPaintEvent*>(pEvent)->region();
+    }
     return false;
 }
 

@@ -9,6 +9,7 @@
 #include <QPoint>
 #include <QPointF>
 #include <QRect>
+#include <QRegion>
 
 class QWidget;
 
@@ -34,11 +35,14 @@ public:
     explicit PaintCounter(QWidget& widget);
     /// Lets pending ones happen; counts from 0 again.
     int Take();
+    /// What the last of them painted anew, pixels of the widget.
+    QRegion LastRegion() const { return m_lastRegion; }
 
 private:
     bool eventFilter(QObject* pWatched, QEvent* pEvent) override;
 
     int m_nPaints = 0;
+    QRegion m_lastRegion;
 };
 
 /// One mouse event with its position in pixels of `widget`, sent at once.
