@@ -104,6 +104,13 @@ TEST_F(CameraSettings, AnEmptyABinaryOrAFolderInItsPlaceGivesNoCamera)
     EXPECT_EQ(Logged("no plain file"), 1);
 }
 
+TEST_F(CameraSettings, ALineThatIsNoSettingIsToldAndTheOthersCount)
+{
+    Name("Camera-Left=a\nno setting\nCamera-Right=b\n");
+    EXPECT_THAT(Names(), ElementsAre("Camera-Left", "Camera-Right"));
+    EXPECT_EQ(Logged("has lines that are no settings"), 1);
+}
+
 TEST_F(CameraSettings, AHugeFileIsNotRead)
 {
     Name("Camera-Left=a\n");

@@ -4,7 +4,8 @@
 
 #include <QTemporaryDir>
 
-#include <deque>
+#include <chrono>
+#include <thread>
 
 namespace
 {
@@ -23,6 +24,8 @@ struct DeviceState {
     double dMaxExposure = 5000.0;
     bool bDelivers = true;
     bool bOpens = true;
+    bool bSaysYes = false; ///< to an entry of the menu that it does not have
+    double dCompression = 0.0;
     int nOpened = 0;
     int nAlive = 0; ///< captures that hold the device
     int nGrabs = 0;
@@ -50,6 +53,9 @@ public:
             m_state.controls[nId] = nId == cv::CAP_PROP_FRAME_WIDTH ? 2592.0 : 1944.0;
             return true;
         }
+        if (nId == cv::CAP_PROP_FOURCC) {
+            m_state.dCompression = dValue;
+        }
         if (nId != cv::CAP_PROP_AUTO_EXPOSURE && nId != cv::CAP_PROP_EXPOSURE) {
             return false;
         }
@@ -57,7 +63,7 @@ public:
         const bool bManual = m_state.controls[cv::CAP_PROP_AUTO_EXPOSURE] == 1.0;
         const bool bInMenu = std::find(m_state.menu.begin(), m_state.menu.end(), dValue) != m_state.menu.end();
         if (nId == cv::CAP_PROP_EXPOSURE ? !bManual : !bInMenu) {
-            return false;
+            return m_state.bSaysYes;
         }
         m_state.controls[nId] = nId == cv::CAP_PROP_EXPOSURE ? std::min(dValue, m_state.dMaxExposure) : dValue;
         return true;
@@ -113,6 +119,7 @@ TEST_F(DeviceSource, AsksForTheLargestPictureAndTellsWhatCame)
 {
     ASSERT_TRUE(m_source.Acquire());
     EXPECT_EQ(LastLine(), "Camera-Left (fake) delivers 2592 x 1944");
+    EXPECT_EQ(m_state.dCompression, cv::VideoWriter::fourcc('M', 'J', 'P', 'G')) << "the large ones come compressed";
     EXPECT_GT(Snapped(), 0);
     m_source.Release();
     EXPECT_EQ(m_state.nAlive, 0);
@@ -157,12 +164,30 @@ TEST_F(DeviceSource, AutomaticExposureIsWhicheverEntryTheDeviceHas)
     EXPECT_EQ(m_state.controls[cv::CAP_PROP_AUTO_EXPOSURE], 2.0);
 }
 
+TEST_F(DeviceSource, AnEntryThatTheDeviceSaysYesToAndDoesNotHaveIsNotTaken)
+{
+    m_state.menu = {0.0, 1.0};
+    m_state.controls[cv::CAP_PROP_AUTO_EXPOSURE] = 1.0;
+    m_state.bSaysYes = true;
+    m_source.Acquire();
+    EXPECT_TRUE(m_source.SetProperty(Camera::Property::AutoExposure, 1));
+    EXPECT_EQ(m_state.controls[cv::CAP_PROP_AUTO_EXPOSURE], 0.0) << "the next one that means the same";
+}
+
 TEST_F(DeviceSource, ARefusedPropertyIsAFailureThatTellsWhatTheDeviceHas)
 {
     m_source.Acquire();
     EXPECT_FALSE(m_source.SetProperty(Camera::Property::Exposure, 100)) << "it chooses its exposure itself";
     EXPECT_EQ(LastLine(), "Camera-Left (fake) refuses exposure = 100; it has 250");
     EXPECT_FALSE(m_source.SetProperty(Camera::Property::Gain, 3));
+}
+
+TEST_F(DeviceSource, FramesThatWaitedInTheBuffersAreDroppedFirst)
+{
+    m_source.Acquire();
+    // At least as long as makes a frame old.
+    std::this_thread::sleep_for(std::chrono::milliseconds(110));
+    EXPECT_EQ(Snapped(), 5) << "behind the four of the buffers";
 }
 
 TEST_F(DeviceSource, WithoutAHolderNothingReachesTheDevice)
@@ -221,6 +246,26 @@ TEST_F(DeviceSource, ADeviceThatIsThereAndDeliversNothingIsNotAliveUntilItDelive
     EXPECT_EQ(m_state.nOpened, 2);
 }
 
+TEST_F(DeviceSource, OpenedAfreshItCountsAsAliveAndItsFailureIsToldAgain)
+{
+    const auto failures = [] {
+        const auto& lines = Doubles::The().logLines;
+        return std::count_if(lines.begin(), lines.end(), [](const auto& line) {
+            return line.second.find("gives no picture") != std::string::npos;
+        });
+    };
+    m_state.bDelivers = false;
+    for (int i = 1; i <= 2; ++i) {
+        m_source.Acquire();
+        EXPECT_TRUE(m_source.IsAlive());
+        EXPECT_EQ(Snapped(), -1);
+        EXPECT_EQ(Snapped(), -1);
+        EXPECT_FALSE(m_source.IsAlive());
+        EXPECT_EQ(failures(), i);
+        m_source.Release();
+    }
+}
+
 TEST_F(DeviceSource, TheLastOfTwoHoldersClosesIt)
 {
     m_source.Acquire();
@@ -238,7 +283,9 @@ TEST(V4l2Device, ThatIsAbsentOrNoCameraIsNotOpened)
     EXPECT_EQ(Camera::OpenV4l2("/dev/no-such-camera", strWhy), nullptr);
     EXPECT_EQ(strWhy, "it is no device");
     const QTemporaryDir folder;
+    strWhy.clear();
     EXPECT_EQ(Camera::OpenV4l2(folder.path().toStdString(), strWhy), nullptr);
+    EXPECT_EQ(strWhy, "it is no device");
     EXPECT_EQ(Camera::OpenV4l2("/dev/null", strWhy), nullptr);
     EXPECT_THAT(strWhy, HasSubstr("it is no camera"));
 }

@@ -4,6 +4,7 @@
 
 #include <opencv2/core.hpp>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 namespace
@@ -147,6 +148,21 @@ TEST_F(FolderCamera, NewPicturesJoinInAtTheirPlace)
     const std::vector<int> seen{Grey(m_device), Grey(m_device), Grey(m_device), Grey(m_device)};
     EXPECT_THAT(seen, testing::Contains(20));
     EXPECT_EQ(Logged("gives no picture"), 0);
+}
+
+TEST_F(FolderCamera, NewPicturesJoinInAlsoWhereTheFoldersTimeDoesNotTell)
+{
+    WritePicture(In("a.png"), 10);
+    struct stat before {
+    };
+    ASSERT_EQ(stat(Path("pictures").toUtf8().constData(), &before), 0);
+    m_device.OpenCamera("Camera-Left");
+    EXPECT_EQ(Grey(m_device), 10);
+    WritePicture(In("b.png"), 20);
+    const timespec times[] = {before.st_atim, before.st_mtim};
+    ASSERT_EQ(utimensat(AT_FDCWD, Path("pictures").toUtf8().constData(), times, 0), 0);
+    const std::vector<int> seen{Grey(m_device), Grey(m_device)};
+    EXPECT_THAT(seen, testing::Contains(20));
 }
 
 TEST_F(FolderCamera, ARemovedFolderFailsUntilItIsBack)
@@ -318,6 +334,18 @@ TEST_F(VideoCamera, BeginsAnewWhenItIsOpenedAgain)
     m_device.CloseCamera(nullptr);
     m_device.OpenCamera("Camera-Left");
     EXPECT_NEAR(Grey(m_device), 40, 4);
+}
+
+TEST_F(VideoCamera, OpenedTwiceItIsClosedByOneClose)
+{
+    WriteVideo(Path("bed.avi"));
+    Name("Camera-Left=" + Path("bed.avi") + "\n");
+    m_device.OpenCamera("Camera-Left");
+    EXPECT_EQ(m_device.OpenCamera("[0] Camera-Left"), 0);
+    EXPECT_NEAR(Grey(m_device), 40, 4);
+    m_device.CloseCamera(nullptr);
+    m_device.OpenCamera("Camera-Left");
+    EXPECT_NEAR(Grey(m_device), 40, 4) << "it begins anew only when it was closed";
 }
 
 TEST_F(VideoCamera, ARemovedFileFailsUntilItIsBack)

@@ -74,10 +74,13 @@ TEST_F(ErrorCodes, AFailureIsTheUsualNoticeWithMeaningAdviceAndNumber)
     EXPECT_THAT(Log(), HasSubstr("ErrCodeMgr: status 1001: No machine is connected, or the machine is busy."));
 }
 
-TEST_F(ErrorCodes, TheNoticeIsModal)
+TEST_F(ErrorCodes, TheNoticeIsModalAndPlainText)
 {
     bool bModal = false;
-    m_answers.OnBox([&](QMessageBox& box) { bModal = box.isModal() && QApplication::activeModalWidget() == &box; });
+    m_answers.OnBox([&](QMessageBox& box) {
+        bModal = box.isModal() && QApplication::activeModalWidget() == &box;
+        EXPECT_EQ(box.textFormat(), Qt::PlainText);
+    });
     m_pErrors->ShowStatus(BUSY, 0);
     EXPECT_TRUE(bModal);
 }
