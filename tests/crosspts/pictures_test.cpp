@@ -239,10 +239,10 @@ TEST_F(Pictures, AnyChangedBytesAreReadOrRefused)
 
 TEST_F(Pictures, SixteenBitsBecomeEightAndOtherKindsOfPixelsAreRefused)
 {
-    cv::Mat deep(5, 7, CV_16UC3, cv::Scalar(257 * 3, 257 * 70, 257 * 255));
+    cv::Mat deep(5, 7, CV_16UC3, cv::Scalar(257 * 3, 257 * 170, 257 * 255));
     ASSERT_TRUE(cv::imwrite(Path("deep.png"), deep));
     ASSERT_TRUE(Read(Path("deep.png")));
-    EXPECT_TRUE(Holds(cv::Mat(5, 7, CV_8UC3, cv::Scalar(3, 70, 255))));
+    EXPECT_TRUE(Holds(cv::Mat(5, 7, CV_8UC3, cv::Scalar(3, 170, 255))));
     ASSERT_TRUE(cv::imwrite(Path("deep_grey.png"), cv::Mat(5, 7, CV_16UC1, cv::Scalar(257 * 9))));
     ASSERT_TRUE(Read(Path("deep_grey.png")));
     EXPECT_TRUE(Holds(cv::Mat(5, 7, CV_8UC1, cv::Scalar(9))));

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 
@@ -15,6 +16,19 @@ Fisheye::FisheyeModel SomeModel()
     Fisheye::FisheyeModel model = FisheyeScene::LeftCamera(4).model;
     model.residualPx = 0.125;
     return model;
+}
+
+/// With the check word that fits, as another version of this module would leave it: FNV-1a over the bytes of the words
+/// before it, cut to 52 bits and never 0.
+FishEyeCalibrationParam Sealed(FishEyeCalibrationParam record)
+{
+    std::uint64_t nHash = 14695981039346656037ULL;
+    const auto* const pBytes = reinterpret_cast<const unsigned char*>(record.words.data());
+    for (std::size_t i = 0; i < 28 * sizeof(double); ++i) {
+        nHash = (nHash ^ pBytes[i]) * 1099511628211ULL;
+    }
+    record.words[28] = static_cast<double>((nHash >> 12) | 1U);
+    return record;
 }
 
 std::string ReasonFor(const FishEyeCalibrationParam& record)
@@ -118,6 +132,20 @@ TEST(FisheyeRecord, UnreadWordsAreZero)
     const FishEyeCalibrationParam record = Fisheye::PackRecord(SomeModel());
     for (std::size_t i = 19; i < 28; ++i) {
         EXPECT_EQ(record.words[i], 0.0) << i;
+    }
+}
+
+TEST(FisheyeRecord, OneOfAnotherVersionIsRefusedHoweverWellSealed)
+{
+    const FishEyeCalibrationParam good = Fisheye::PackRecord(SomeModel());
+    EXPECT_TRUE(Fisheye::UnpackRecord(Sealed(good)).has_value());
+    FishEyeCalibrationParam record = good;
+    record.words[0] += 1.0;
+    EXPECT_EQ(ReasonFor(Sealed(record)), "the record has an unknown version");
+    for (std::size_t i = 19; i < 28; ++i) {
+        record = good;
+        record.words[i] = 1.0e-9;
+        EXPECT_EQ(ReasonFor(Sealed(record)), "the record holds more than this version knows") << i;
     }
 }
 

@@ -115,6 +115,19 @@ TEST_F(RecordFiles, ACameraRecordComesBackBitForBit)
     }
 }
 
+TEST_F(RecordFiles, NumbersThatAreMinusNothingComeBackToo)
+{
+    Fisheye::FisheyeModel model = FisheyeScene::RightCamera(3).model;
+    model.k = {-0.0, -0.0, -0.0, -0.0};
+    model.rotation = {-0.0, -0.0, -0.0};
+    model.maxThetaRad = model.LargestMonotonicTheta(1.5);
+    const FishEyeCalibrationParam record = Fisheye::PackRecord(model);
+    ASSERT_TRUE(SaveCalibrationParam(Path("camera.xml").c_str(), record));
+    FishEyeCalibrationParam back;
+    ASSERT_TRUE(LoadCalibrationParam(Path("camera.xml").c_str(), back));
+    EXPECT_EQ(std::memcmp(&record, &back, sizeof record), 0);
+}
+
 TEST_F(RecordFiles, APairRecordComesBackBitForBit)
 {
     const std::string path = Path("pair.ini");
