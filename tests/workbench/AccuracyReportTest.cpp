@@ -86,6 +86,44 @@ TEST(AccuracyReport, TellsEachMissedMeasure)
     EXPECT_TRUE(missed([](auto& r) { r.dCoverage = 0.9999; }).contains("does not show"));
 }
 
+TEST(AccuracyReport, HoldsEachMachineToItsMeasures)
+{
+    // Nine dots of no error and one of this, or ten of this.
+    const auto dots = [](double dErrorMm, bool bAll, bool bInside) {
+        std::vector<MeasuredPoint> points(10, {{100, 100}, {100.0 + (bAll ? dErrorMm : 0.0), 100}, bInside});
+        points.back().measuredMm.x = 100.0 + dErrorMm;
+        return points;
+    };
+    const auto missed = [](const char* pFlow, const std::vector<MeasuredPoint>& points, double dSeamMm) {
+        AccuracyReport report = GoodReport();
+        report.strFlow = pFlow;
+        report.points = points;
+        report.nExpected = static_cast<int>(points.size());
+        report.seamMm = {dSeamMm, dSeamMm};
+        return report.MissedMeasures();
+    };
+    struct Measure {
+        const char* pFlow;
+        bool bAll, bInside;
+        double dMostMm;
+        const char* pMissed;
+    };
+    for (const Measure& measure : {Measure{"automatic", true, true, 0.06, "rms inside the crosses is above 0.06 mm"},
+                                   Measure{"automatic", false, true, 0.25, "max inside the crosses is above 0.25 mm"},
+                                   Measure{"automatic", true, false, 0.15, "rms of the work area is above 0.15 mm"},
+                                   Measure{"manual", true, true, 0.35, "rms of the work area is above 0.35 mm"},
+                                   Measure{"manual", false, false, 1.2, "max of the work area is above 1.2 mm"}}) {
+        const auto with = [&](double dErrorMm) { return dots(dErrorMm, measure.bAll, measure.bInside); };
+        EXPECT_FALSE(missed(measure.pFlow, with(0.999 * measure.dMostMm), 0.0).contains(measure.pMissed));
+        EXPECT_TRUE(missed(measure.pFlow, with(1.001 * measure.dMostMm), 0.0).contains(measure.pMissed))
+            << measure.pMissed;
+    }
+    const auto good = dots(0.0, true, true);
+    EXPECT_TRUE(missed("automatic", good, 0.0799).isEmpty());
+    EXPECT_EQ(missed("automatic", good, 0.0801), QStringList("rms of the seam is above 0.08 mm"));
+    EXPECT_TRUE(missed("manual", good, 9.0).isEmpty()) << "promised of the automatic machine only";
+}
+
 TEST(AccuracyReport, AnErrorThatIsNoNumberMissesItsMeasures)
 {
     AccuracyReport report = GoodReport();
@@ -97,7 +135,14 @@ TEST(AccuracyReport, TheFileHasEveryPromisedField)
 {
     const QTemporaryDir folder;
     const QString strFile = folder.filePath("report.json");
-    ASSERT_TRUE(WriteReport(GoodReport(), strFile));
+    AccuracyReport report = GoodReport();
+    report.nSeed = 4'000'000'000'000;
+    report.dClickErrorPx = 1.5;
+    report.dMemoryMib = 812.4;
+    report.dCoverage = 0.9999999;
+    report.nOverlapExpected = 5;
+    report.overlapMm = {0.3, 0.4, 0.5};
+    ASSERT_TRUE(WriteReport(report, strFile));
     QFile file(strFile);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     const QJsonObject object = QJsonDocument::fromJson(file.readAll()).object();
@@ -115,10 +160,19 @@ TEST(AccuracyReport, TheFileHasEveryPromisedField)
     EXPECT_NEAR(object["error_area_mm"]["max"].toDouble(), 0.1, 1e-5);
     EXPECT_NEAR(object["seam_mm"]["max"].toDouble(), 0.04, 1e-5);
     EXPECT_NEAR(object["seam_mm"]["rms"].toDouble(), std::sqrt((0.03 * 0.03 + 0.04 * 0.04) / 2), 1e-5);
-    EXPECT_EQ(object["coverage"].toDouble(), 1.0);
+    EXPECT_EQ(object["seam_points"].toInt(), 2);
+    EXPECT_EQ(object["seam_points_expected"].toInt(), 2);
+    EXPECT_NEAR(object["overlap_mm"]["max"].toDouble(), 0.5, 1e-5);
+    EXPECT_NEAR(object["overlap_mm"]["rms"].toDouble(), std::sqrt(0.5 / 3), 1e-5);
+    EXPECT_EQ(object["overlap_points"].toInt(), 3);
+    EXPECT_EQ(object["overlap_points_expected"].toInt(), 5);
+    EXPECT_EQ(object["coverage"].toDouble(), 0.9999999) << "what is nearly all is not all";
+    EXPECT_EQ(object["seed"].toInteger(), 4'000'000'000'000);
+    EXPECT_EQ(object["click_error_px"].toDouble(), 1.5);
+    EXPECT_EQ(object["memory_mib"].toDouble(), 812.0);
     EXPECT_EQ(object["seconds"]["calibrate"].toDouble(), 1.5);
     EXPECT_EQ(object["seconds"]["picture"].toDouble(), 0.5);
-    EXPECT_TRUE(object["missed"].toArray().isEmpty());
+    EXPECT_EQ(object["missed"].toArray(), QJsonArray({"the picture does not show the whole work area"}));
 }
 
 TEST(AccuracyReport, AFolderThatIsMissingIsAFailure)
