@@ -111,6 +111,16 @@ set(CTC_LONG_TESTS end_to_end_test 140 manual_command_test 130 calibrate_command
     automatic_wrong_use_test 45 workbench_command_tests 45 bad_input_test 40 calibrated_machine_tests 40
     distortion_page_charts_test 35 workbench_lens_tests 35)
 
+# ctc_require_all_tests(): fails where a file of tests below this folder belongs to no program. Call it last.
+function(ctc_require_all_tests)
+    file(GLOB_RECURSE found CONFIGURE_DEPENDS *Test.cpp *_test.cpp)
+    get_property(built GLOBAL PROPERTY CTC_TEST_FILES)
+    list(REMOVE_ITEM found ${built})
+    if(found)
+        message(FATAL_ERROR "No test program has these files: ${found}")
+    endif()
+endfunction()
+
 # ctc_test(name SOURCES ... LIBS ... [TIMEOUT s]): a test program, registered with ctest.
 function(ctc_test name)
     cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBS" ${ARGN})
@@ -118,6 +128,8 @@ function(ctc_test name)
         set(ARG_TIMEOUT 600)
     endif()
     add_executable(${name} ${ARG_SOURCES})
+    list(TRANSFORM ARG_SOURCES PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/ OUTPUT_VARIABLE files)
+    set_property(GLOBAL APPEND PROPERTY CTC_TEST_FILES ${files})
     ctc_test_options(${name})
     target_precompile_headers(${name} REUSE_FROM ctc_test_headers)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)

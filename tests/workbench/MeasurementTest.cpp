@@ -22,3 +22,14 @@ TEST(DotGrid, ShowsNoDotWhereOneWouldBeInATurnedOrMirroredPicture)
         }
     }
 }
+
+TEST(Coverage, IsTheShareOfTheWorkAreaThatIsNotBlack)
+{
+    const cv::Size areaMm(10, 20);
+    cv::Mat picture(120, 60, CV_8UC3, cv::Scalar(0, 0, 1));
+    EXPECT_EQ(Coverage(picture, areaMm), 1.0);
+    picture.at<cv::Vec3b>(119, 59) = cv::Vec3b(0, 0, 0);
+    EXPECT_DOUBLE_EQ(Coverage(picture, areaMm), 1.0 - 1.0 / 7200.0);
+    // What the cameras do not show is cut off, and is missing all the same.
+    EXPECT_DOUBLE_EQ(Coverage(picture.rowRange(0, 60), areaMm), 0.5);
+}
