@@ -23,7 +23,6 @@ namespace
 
 constexpr int g_nLoopParameters = 500;
 constexpr int g_nToleratedFailures = 3;
-constexpr std::size_t g_nMaxNameBytes = 254;
 
 /// A deep copy, in the memory of the last one where no receiver has kept that: fresh memory for each frame would cost
 /// more than the copying.
@@ -369,7 +368,7 @@ bool CameraWorker::FindCamera(char* name)
     for (const std::string& strListed : listed) {
         const std::size_t nCut = strListed.find('C');
         if (nCut != std::string::npos && strListed.compare(nCut, std::string::npos, strWanted) == 0) {
-            const std::size_t nLength = std::min(strListed.size(), g_nMaxNameBytes);
+            const std::size_t nLength = std::min(strListed.size(), g_nCameraNameBytes - 1);
             std::memcpy(name, strListed.data(), nLength);
             name[nLength] = '\0';
             return true;

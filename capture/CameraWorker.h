@@ -23,12 +23,16 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstddef>
 #include <cstdint>
 #include <mutex>
 #include <string>
 #include <vector>
 
 class QThread;
+
+/// A camera's name with its zero, as the holders of a worker keep it; what is longer is cut.
+inline constexpr std::size_t g_nCameraNameBytes = 255;
 
 class CameraWorker : public QObject
 {
@@ -57,7 +61,7 @@ public:
     void SaveOnePic(QString path);
     /// Replaces a wanted name by the device's own string for that camera. Both are compared from their first "C" on, so
     /// that an index prefix does not matter; a listed string without one is passed over.
-    /// @param name  buffer of 255 bytes, in and out; untouched unless found, at most 254 bytes are written
+    /// @param name  buffer of g_nCameraNameBytes, in and out; untouched unless found
     /// @throws std::out_of_range  a wanted name without a "C"; this is meant
     bool FindCamera(char* name);
     QString GetCameraName();

@@ -1,5 +1,6 @@
 #include "Snapshot.h"
 
+#include "CameraWorker.h"
 #include "LibraryLoader.h"
 #include "Log.h"
 #include "Notice.h"
@@ -73,7 +74,6 @@ namespace
 
 constexpr int g_nParameters = 500;
 constexpr int g_nTries = 3;
-constexpr std::size_t g_nMaxNameBytes = 254;
 constexpr std::size_t g_nMaxListBytes = 4095;
 
 /// "Camera-Left" for "[2] Camera-Left"; a string without an index stays as it is.
@@ -84,10 +84,10 @@ QString PureName(const QString& strName)
     return match.hasMatch() ? match.captured(2).trimmed() : strName;
 }
 
-/// As a zero-terminated buffer of 255 bytes holds it.
+/// As a zero-terminated buffer holds it.
 std::string DeviceName(const std::string& strName)
 {
-    return std::string(strName.c_str()).substr(0, g_nMaxNameBytes);
+    return std::string(strName.c_str()).substr(0, g_nCameraNameBytes - 1);
 }
 
 /// The listed string that stands for the wanted camera; null where none does.

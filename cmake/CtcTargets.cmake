@@ -12,6 +12,10 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
     target_compile_options(ctc_warnings INTERFACE -Wno-restrict -Wno-array-bounds -Wno-stringop-overflow
         -Wno-stringop-overread)
 endif()
+if(CMAKE_UNITY_BUILD)
+    # The compiler takes the sources of a batch for headers that several sources include.
+    target_compile_options(ctc_warnings INTERFACE -Wno-subobject-linkage)
+endif()
 
 # Symbols are exported by MODULE_EXPORT only.
 function(ctc_common target)
@@ -59,6 +63,11 @@ function(ctc_room name)
     target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
     target_link_libraries(${name} PUBLIC interfaces ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE})
     ctc_share_headers(${name} ${ARG_PUBLIC} ${ARG_PRIVATE})
+endfunction()
+
+# ctc_source_by_source(target): never compiled in batches, for tests link single objects of it.
+function(ctc_source_by_source target)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD OFF)
 endfunction()
 
 # ctc_hot(target): works on each pixel, or on Eigen's templates; unoptimised it takes most of the time of the sanitizers'

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 
 namespace Simulator
 {
@@ -13,7 +12,6 @@ namespace Simulator
 namespace
 {
 
-constexpr double kDegree = std::numbers::pi / 180.0;
 /// Of so many ways to hold it the one whose middle comes nearest to the wanted place is taken.
 constexpr int kDrawn = 24;
 

@@ -19,12 +19,6 @@ namespace Vision = Korvane::CameraCalibration;
 constexpr double kRectifyX = 1.0, kRectifyY = 0.800000011920929;
 constexpr double kBlendX = 1.2499999813735487, kBlendY = 1.0;
 
-cv::Point2d Map(const cv::Mat& homography, const cv::Point2d& p)
-{
-    const cv::Vec3d q = cv::Matx33d(homography) * cv::Vec3d(p.x, p.y, 1.0);
-    return {q[0] / q[2], q[1] / q[2]};
-}
-
 bool Blend(const cv::Mat& left, const cv::Mat& right, const Machine& machine, const cv::Mat& leftFromRight,
            cv::Mat& fused)
 {
@@ -46,6 +40,12 @@ bool Blend(const cv::Mat& left, const cv::Mat& right, const Machine& machine, co
 }
 
 } // namespace
+
+cv::Point2d Mapped(const cv::Mat& homography, const cv::Point2d& p)
+{
+    const cv::Vec3d q = cv::Matx33d(homography) * cv::Vec3d(p.x, p.y, 1.0);
+    return {q[0] / q[2], q[1] / q[2]};
+}
 
 cv::Point2d UprightPoint(const cv::Point2d& raw, const cv::Size& rawSize)
 {
@@ -102,7 +102,7 @@ std::vector<CrossMark> MarksOf(const Machine& machine, const cv::Mat& leftFromRi
         const cv::Point2d upright =
             UprightPoint(*truth.PixelFromMachine(mark.side, world[i]), truth.PictureSize(mark.side));
         mark.off = {options.sigmaPx * draw.Normal(), options.sigmaPx * draw.Normal()};
-        mark.place = frame.originPx + (mark.side == Side::Left ? upright : Map(leftFromRight, upright)) + mark.off;
+        mark.place = frame.originPx + (mark.side == Side::Left ? upright : Mapped(leftFromRight, upright)) + mark.off;
         marks.push_back(mark);
     }
     return marks;

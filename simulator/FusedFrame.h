@@ -49,4 +49,7 @@ std::vector<CrossMark> MarksOf(const Machine& machine, const cv::Mat& leftFromRi
 std::vector<cv::Point2d> MarkCrosses(const Machine& machine, const std::string& strHomography,
                                      const ClickOptions& options);
 
+/// @param homography  3 x 3, CV_64F
+cv::Point2d Mapped(const cv::Mat& homography, const cv::Point2d& p);
+
 } // namespace Simulator

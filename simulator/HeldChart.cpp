@@ -16,7 +16,6 @@ namespace
 
 /// Fingers come from beside the sheet, this far.
 constexpr double kFingerMm = 400.0;
-constexpr double kDegree = std::numbers::pi / 180.0;
 
 /// For each pixel: `std::hypot` minds ranges that no chart has and takes several times as long.
 double Length(const cv::Point2d& p)

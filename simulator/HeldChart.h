@@ -8,10 +8,13 @@
 
 #include <opencv2/core.hpp>
 
+#include <numbers>
 #include <vector>
 
 namespace Simulator
 {
+
+inline constexpr double kDegree = std::numbers::pi / 180.0; ///< rad
 
 /// The print. Chart frame: millimetres, origin in the middle of the lattice, x along the rows, y down the rows.
 struct ChartLayout {

@@ -28,12 +28,6 @@ std::string PathOf(const CalibrationFolder& folder, const char* pName)
     return folder.Result(pName).toLocal8Bit().toStdString();
 }
 
-cv::Point2d Map(const cv::Mat& homography, const cv::Point2d& p)
-{
-    const cv::Vec3d q = cv::Matx33d(homography) * cv::Vec3d(p.x, p.y, 1.0);
-    return {q[0] / q[2], q[1] / q[2]};
-}
-
 /// Full upright right picture to full upright left picture, from what both cameras see.
 cv::Mat FitPair(const Machine& machine, Draw& draw)
 {
@@ -130,7 +124,7 @@ bool WriteManualCalibrationFiles(Machine& machine, const std::string& strRoot, c
     }
     double sumLeft = 0.0, sumRight = 0.0;
     for (std::size_t i = 0; i < world.size(); ++i) {
-        const cv::Point2d error = Map(pixelFromMm, world[i]) - marks[i];
+        const cv::Point2d error = Mapped(pixelFromMm, world[i]) - marks[i];
         (static_cast<int>(i) % grid.nCol < grid.nColSingle ? sumLeft : sumRight) += error.dot(error);
     }
     report.left.residualPx = std::sqrt(sumLeft / static_cast<double>(report.left.nPoints));

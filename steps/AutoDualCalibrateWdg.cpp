@@ -29,8 +29,6 @@
 namespace
 {
 
-constexpr int g_nLeftStep = 3;
-constexpr int g_nRightStep = 4;
 constexpr int g_nReportMode = 1;
 
 constexpr const char* g_pTakePic = "AutoDualCalibrateWdg::on_pushButton_takePic_clicked";

@@ -84,6 +84,8 @@ private slots:
 
 private:
     // The page.
+    static constexpr int g_nLeftStep = 3;
+    static constexpr int g_nRightStep = 4;
     void Connect();
     void MakeToolBar();
     void UpdateToolBarPosition();

@@ -23,7 +23,6 @@
 namespace
 {
 
-constexpr int g_nLeftStep = 3;
 constexpr double g_dLargestResidualPx = 10.0;
 constexpr const char* g_pCalibrateCamera = "AutoDualCalibrateWdg::CalibrateCamera";
 

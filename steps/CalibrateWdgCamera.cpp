@@ -113,7 +113,7 @@ bool CalibrateWdg::ReConnectCamera()
         return false;
     }
     StopCamera();
-    std::array<char, 255> name{};
+    std::array<char, g_nCameraNameBytes> name{};
     const QByteArray wanted = QStringToUtf8(m_strWantedCamera);
     std::strncpy(name.data(), wanted.constData(), name.size() - 1);
     if (!IsFound(*m_pCameraWorker, name.data())) {

@@ -20,7 +20,6 @@ namespace
 
 /// What this page stores as the last step reached.
 constexpr int g_nProgressOfPage = 5;
-constexpr int g_nMarks = 18;
 
 constexpr const char* g_pTakePic = "HandEyeAdjustWdg::on_pushButton_takePic_clicked";
 
@@ -112,7 +111,7 @@ void HandEyeAdjustWdg::LoadProgress()
         return ReadIniDouble(g_pProgressSection, strKey, dDefault, strFile);
     };
     QList<QPointF> points;
-    for (int i = 0; i < g_nMarks; ++i) {
+    for (int i = 0; i < g_nHandEyeMarks; ++i) {
         for (const char* const pKey : {"X%1", "Y%1"}) {
             const QString strKey = QString(pKey).arg(i);
             if (ReadIniString(g_pProgressSection, strKey, "", strFile).isEmpty()) {
@@ -219,7 +218,7 @@ void HandEyeAdjustWdg::TimeOutSlot()
 void HandEyeAdjustWdg::on_pushButton_AddCoord_clicked()
 {
     LogClicked("pushButton_AddCoord");
-    if (m_listCoord.size() == g_nMarks) {
+    if (m_listCoord.size() == g_nHandEyeMarks) {
         ShowNotice("Coordinate selection reaches the upper limit.");
         return;
     }
@@ -264,7 +263,7 @@ void HandEyeAdjustWdg::RefreshCoordList()
         ui->listWidget_Coord->scrollToBottom();
     }
     // Nothing here disables it when the number falls; this is meant.
-    if (m_listCoord.size() >= g_nMarks) {
+    if (m_listCoord.size() >= g_nHandEyeMarks) {
         ui->pushButton_confirm->setEnabled(true);
     }
 }

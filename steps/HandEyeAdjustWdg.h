@@ -28,6 +28,9 @@ namespace Ui
 class HandEyeAdjustWdg;
 }
 
+/// Crosses of the pattern, each of which is marked.
+inline constexpr int g_nHandEyeMarks = 18;
+
 class HandEyeAdjustWdg : public QWidget
 {
     Q_OBJECT

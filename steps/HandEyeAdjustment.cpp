@@ -22,7 +22,6 @@
 namespace
 {
 
-constexpr int g_nMarks = 18;
 constexpr const char* g_pCreateFiles = "HandEyeAdjustWdg::CreateHomographyFiles";
 
 // Of the robust fit: the largest distance of a pair that counts, in units of the target, tries, and confidence.
@@ -33,8 +32,8 @@ constexpr double g_dConfidence = 0.995;
 template <typename Point> std::vector<cv::Point2f> FirstEighteen(const QList<Point>& points)
 {
     std::vector<cv::Point2f> first;
-    first.reserve(g_nMarks);
-    for (int i = 0; i < g_nMarks; ++i) {
+    first.reserve(g_nHandEyeMarks);
+    for (int i = 0; i < g_nHandEyeMarks; ++i) {
         first.emplace_back(static_cast<float>(points[i].x()), static_cast<float>(points[i].y()));
     }
     return first;
@@ -65,7 +64,7 @@ void WriteHomography(const std::vector<cv::Point2f>& from, const std::vector<cv:
 
 bool HandEyeAdjustWdg::CreateHomographyFiles()
 {
-    if (m_listPt.size() < g_nMarks || m_listCoord.size() < g_nMarks) {
+    if (m_listPt.size() < g_nHandEyeMarks || m_listCoord.size() < g_nHandEyeMarks) {
         return false;
     }
     const std::vector<cv::Point2f> worldMm = FirstEighteen(m_listPt);

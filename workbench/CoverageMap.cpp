@@ -82,13 +82,13 @@ std::string Summary(const LensReport& report)
 
 } // namespace
 
-Coverage CoverageOf(const LensReport& report)
+LensCoverage CoverageOf(const LensReport& report)
 {
     constexpr double dLeast = 0.25;
     constexpr std::array<const char*, 9> aNames{"top left", "top",         "top right", "left",        "middle",
                                                 "right",    "bottom left", "bottom",    "bottom right"};
     const cv::Mat covered = CountCharts(report) > 0;
-    Coverage coverage;
+    LensCoverage coverage;
     coverage.dShare = cv::countNonZero(covered) / static_cast<double>(covered.total());
     for (int i = 0; i < 9; ++i) {
         const cv::Point from(i % 3 * covered.cols / 3, i / 3 * covered.rows / 3);

@@ -12,12 +12,12 @@
 namespace Workbench
 {
 
-struct Coverage {
+struct LensCoverage {
     double dShare = 0.0;              ///< of the camera's picture that used charts cover, 0 to 1
     std::vector<std::string> missing; ///< the ninths of the picture that are covered to less than a quarter
 };
 
-Coverage CoverageOf(const LensReport& report);
+LensCoverage CoverageOf(const LensReport& report);
 
 /// CV_8UC3, the camera's picture reduced or enlarged to 960 px, a legend beside and below it: how many of the used
 /// charts cover each place, their discs, and the outlines of charts that were found and left out.

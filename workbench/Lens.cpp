@@ -127,7 +127,7 @@ void PrintLens(const LensReport& report)
     for (std::size_t i = 0; i < report.distCoeffs.total(); ++i) {
         std::printf(" %.6f", report.distCoeffs.at<double>(static_cast<int>(i)));
     }
-    const Coverage coverage = CoverageOf(report);
+    const LensCoverage coverage = CoverageOf(report);
     std::printf("\nthe charts cover %.0f %% of the picture", 100.0 * coverage.dShare);
     const char* pBefore = ", little or nothing at its ";
     for (const std::string& strNinth : coverage.missing) {

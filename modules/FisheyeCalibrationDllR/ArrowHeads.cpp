@@ -1,6 +1,8 @@
 #include "ArrowHeads.h"
 
 #include "CrossRefinement.h"
+#include "CrossView.h"
+#include "RobustStatistics.h"
 
 #include <algorithm>
 #include <array>
@@ -14,13 +16,6 @@ namespace Fisheye
 
 namespace
 {
-
-double MedianOf(std::vector<double> values)
-{
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
 
 /// Measures how deep straight strokes stand out, in machine millimetres around a cross.
 class StrokeMeter
@@ -320,9 +315,9 @@ double LeastOfAnArrowHead(const std::vector<double>& shares)
     std::vector<double> deviations;
     deviations.reserve(shares.size());
     for (const double share : shares) {
-        deviations.push_back(std::abs(share - middle));
+        deviations.push_back(share - middle);
     }
-    return std::max(kLeast, middle + kSigmas * 1.4826 * MedianOf(std::move(deviations)));
+    return std::max(kLeast, middle + kSigmas * RobustSigma(std::move(deviations)));
 }
 
 /// An arrow head that was found.

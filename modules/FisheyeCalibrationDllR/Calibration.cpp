@@ -4,6 +4,7 @@
 #include "ArrowHeads.h"
 #include "CameraFit.h"
 #include "CrossRefinement.h"
+#include "RobustStatistics.h"
 
 #include "FisheyeCalibrationDllR.h"
 #include "Log.h"
@@ -118,13 +119,6 @@ std::vector<MarkObservation> Observations(const std::vector<Mark>& marks)
     return observations;
 }
 
-double MedianOf(std::vector<double> values)
-{
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
 /// Typical residual of the marks on crosses (of all marks, before there are any), pixels per axis.
 double TypicalResidualPx(const std::vector<Mark>& marks, const FisheyeModel& model)
 {
@@ -161,7 +155,7 @@ double MedianContrast(const std::vector<Mark>& marks)
             contrasts.push_back(mark.contrast);
         }
     }
-    return contrasts.empty() ? 0.0 : MedianOf(contrasts);
+    return MedianOf(std::move(contrasts));
 }
 
 /// Grain and scratches may look like a cross, but a far fainter one than all others.

@@ -28,10 +28,6 @@ struct CrossCentre {
     double lineShare = 0.0; ///< share of the looked-at arms on which a line is seen
 };
 
-/// Grey value between pixels; empty outside the picture.
-/// @param gray  CV_8UC1
-std::optional<float> GreyAt(const cv::Mat& gray, const cv::Point2d& pixel);
-
 /// Looks for a cross near a pixel: the place within the radius where all four arms stand out most.
 /// @param gray  CV_8UC1, the raw picture
 /// @return raw pixel to about one pixel; empty where fewer than three arms stand out

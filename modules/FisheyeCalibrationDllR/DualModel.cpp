@@ -1,6 +1,7 @@
 #include "DualModel.h"
 
 #include "FisheyeCalibrationDllR.h"
+#include "FisheyeModel.h"
 
 #include <algorithm>
 #include <bit>
@@ -14,7 +15,6 @@ namespace
 {
 
 constexpr std::uint32_t kDualVersion = 0x46450101; // "FE", pair, layout 1
-constexpr int kMaxSide = 65500;
 
 enum Word { WordVersion = 0, WordPxPerMm, WordOriginX, WordOriginY, WordWidth, WordHeight, WordCheck };
 

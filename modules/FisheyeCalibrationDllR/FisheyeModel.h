@@ -65,6 +65,9 @@ private:
     cv::Point3d m_centreMm;
 };
 
+/// The longest side of a picture, pixels.
+inline constexpr int kMaxSide = 65500;
+
 /// Angles beyond this one are never used, however well behaved the polynomial.
 inline constexpr double kThetaLimitRad = 1.55;
 

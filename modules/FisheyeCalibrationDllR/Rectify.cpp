@@ -10,7 +10,6 @@
 namespace
 {
 
-constexpr int kMaxSide = 65500;
 // A rectilinear picture grows without bound toward 90 degrees.
 constexpr double kWidestHalfAngleRad = 1.05;
 
@@ -59,7 +58,7 @@ bool Refuse(const char* pReason)
 
 bool IsSize(long nWidth, long nHeight)
 {
-    return nWidth > 0 && nHeight > 0 && nWidth <= kMaxSide && nHeight <= kMaxSide;
+    return nWidth > 0 && nHeight > 0 && nWidth <= Fisheye::kMaxSide && nHeight <= Fisheye::kMaxSide;
 }
 
 } // namespace

@@ -16,7 +16,6 @@ namespace Fisheye
 namespace
 {
 
-constexpr int kMaxSide = 65500;
 constexpr double kMaxStitchedPixels = 5.0e8;
 // Share of the marks' extent by which the stitched picture reaches beyond them: a model is not trusted far outside of
 // what it was fitted to.

@@ -1,6 +1,7 @@
 #include "ChartFinder.h"
 
 #include "DiscLattice.h"
+#include "Grey.h"
 #include "KorvaneVision.h"
 #include "VisionError.h"
 
@@ -275,16 +276,6 @@ Attempt Try(const cv::Mat& grey, const cv::Mat& reduced, const std::vector<Disc>
         chart.discs.push_back(*refined);
     }
     return Measure(std::move(chart), board, grey);
-}
-
-cv::Mat Grey(const cv::Mat& picture)
-{
-    if (picture.channels() == 1) {
-        return picture;
-    }
-    cv::Mat grey;
-    cv::cvtColor(picture, grey, picture.channels() == 3 ? cv::COLOR_BGR2GRAY : cv::COLOR_BGRA2GRAY);
-    return grey;
 }
 
 cv::Mat Reduced(const cv::Mat& grey, int nSidePx)

@@ -29,7 +29,7 @@ constexpr double g_dLargestFocalDoubt = 0.02;
 /// picture beyond the charts.
 constexpr double g_dThirdTermGain = 0.03;
 
-struct View {
+struct ChartView {
     std::size_t nPicture = 0;
     Korvane::FoundChart chart;
     std::vector<cv::Point2f> centres;
@@ -54,13 +54,13 @@ std::vector<cv::Point3f> BoardPoints(const cv::Size& board)
     return points;
 }
 
-LensFit FitOnce(const std::vector<View>& views, const cv::Size& board, const cv::Size& picture, int nFlags)
+LensFit FitOnce(const std::vector<ChartView>& views, const cv::Size& board, const cv::Size& picture, int nFlags)
 {
     LensFit fit;
     const std::vector<std::vector<cv::Point3f>> boards(views.size(), BoardPoints(board));
     std::vector<std::vector<cv::Point2f>> centres;
     centres.reserve(views.size());
-    for (const View& view : views) {
+    for (const ChartView& view : views) {
         centres.push_back(view.centres);
     }
     cv::Mat deviations, deviationsOfViews, rmsOfViews;
@@ -73,7 +73,7 @@ LensFit FitOnce(const std::vector<View>& views, const cv::Size& board, const cv:
     return fit;
 }
 
-LensFit FitLens(const std::vector<View>& views, const cv::Size& board, const cv::Size& picture)
+LensFit FitLens(const std::vector<ChartView>& views, const cv::Size& board, const cv::Size& picture)
 {
     LensFit two = FitOnce(views, board, picture, cv::CALIB_FIX_K3);
     LensFit three = FitOnce(views, board, picture, 0);
@@ -81,10 +81,10 @@ LensFit FitLens(const std::vector<View>& views, const cv::Size& board, const cv:
 }
 
 /// The centres once more, now that the lens is known: what a disc's picture is off follows from it exactly.
-void CorrectCentres(const LensFit& fit, const cv::Size& board, std::vector<View>& views)
+void CorrectCentres(const LensFit& fit, const cv::Size& board, std::vector<ChartView>& views)
 {
     for (std::size_t v = 0; v < views.size(); ++v) {
-        View& view = views[v];
+        ChartView& view = views[v];
         for (std::size_t i = 0; i < view.centres.size(); ++i) {
             const auto project = [&](const cv::Point2d& p) {
                 std::vector<cv::Point2d> pixel;
@@ -102,7 +102,7 @@ void CorrectCentres(const LensFit& fit, const cv::Size& board, std::vector<View>
 
 /// Throws out what spoils the fit, the worst view first.
 /// @return false when nothing was thrown out
-bool DropWorstView(const LensFit& fit, std::vector<View>& views)
+bool DropWorstView(const LensFit& fit, std::vector<ChartView>& views)
 {
     if (views.size() <= g_nFewestViews) {
         return false;
@@ -121,15 +121,15 @@ bool DropWorstView(const LensFit& fit, std::vector<View>& views)
     return true;
 }
 
-std::vector<View> FindViews(const std::vector<cv::Mat>& pictures, const cv::Size& board, const cv::Size& size)
+std::vector<ChartView> FindViews(const std::vector<cv::Mat>& pictures, const cv::Size& board, const cv::Size& size)
 {
-    std::vector<View> views;
+    std::vector<ChartView> views;
     for (std::size_t i = 0; i < pictures.size(); ++i) {
         std::string strReason = "its size is not that of the first";
         if (pictures[i].size() == size) {
             Korvane::ChartSearch search = Korvane::FindChart(pictures[i], board);
             if (search.chart) {
-                View view;
+                ChartView view;
                 view.nPicture = i;
                 view.centres.assign(search.chart->centres.begin(), search.chart->centres.end());
                 view.chart = std::move(*search.chart);
@@ -183,7 +183,7 @@ bool Korvane::CameraCalibration::CalibrateDistortedCamera(const std::vector<cv::
         if (first == images.end()) {
             return Fail(pOperation, "there are no pictures");
         }
-        std::vector<View> views = FindViews(images, boardSize, first->size());
+        std::vector<ChartView> views = FindViews(images, boardSize, first->size());
         if (views.size() < g_nFewestViews) {
             return Fail(pOperation, "the chart is found in " + std::to_string(views.size()) + " of " +
                                         std::to_string(images.size()) + " pictures, at least 3 are needed");
@@ -201,7 +201,7 @@ bool Korvane::CameraCalibration::CalibrateDistortedCamera(const std::vector<cv::
         cameraMatrix = fit.camera;
         distCoeffs = fit.lens;
         error = fit.dRmsPx;
-        for (const View& view : views) {
+        for (const ChartView& view : views) {
             FittedPictures().push_back(view.nPicture);
         }
         return true;

@@ -2,6 +2,7 @@
 // to a small part of a pixel in the full ones.
 
 #include "Alignment.h"
+#include "Grey.h"
 #include "PairHomography.h"
 #include "Upright.h"
 #include "VisionError.h"
@@ -56,16 +57,6 @@ cv::Rect Clipped(const cv::Rect& region, const cv::Size& picture)
     const cv::Point from(std::max(region.x, 0), std::max(region.y, 0));
     const cv::Point to(end(region.x, region.width, picture.width), end(region.y, region.height, picture.height));
     return to.x > from.x && to.y > from.y ? cv::Rect(from, to) : cv::Rect();
-}
-
-cv::Mat Grey(const cv::Mat& picture)
-{
-    if (picture.channels() == 1) {
-        return picture;
-    }
-    cv::Mat grey;
-    cv::cvtColor(picture, grey, picture.channels() == 3 ? cv::COLOR_BGR2GRAY : cv::COLOR_BGRA2GRAY);
-    return grey;
 }
 
 void FindFeatures(Region& region, double dScaleX, double dScaleY)
@@ -189,14 +180,14 @@ std::string WhyNoSearch(double dScaleX, double dScaleY, double dRatio)
     return dRatio > 0.0 && dRatio <= 1.0 ? std::string() : "the ratio of the search is not between 0 and 1";
 }
 
-std::string Words(const cv::Rect& region)
+std::string PlaceInWords(const cv::Rect& region)
 {
     return std::to_string(region.width) + " x " + std::to_string(region.height) + " at (" + std::to_string(region.x) +
            ", " + std::to_string(region.y) + ")";
 }
 
 /// @return empty when `pairs` holds matches, else why there are none
-std::string Match(Region& left, Region& right, double dScaleX, double dScaleY, double dRatio, Pairs& pairs)
+std::string MatchRegions(Region& left, Region& right, double dScaleX, double dScaleY, double dRatio, Pairs& pairs)
 {
     for (auto& [pRegion, pName] : {std::pair{&left, "left"}, std::pair{&right, "right"}}) {
         FindFeatures(*pRegion, dScaleX, dScaleY);
@@ -264,14 +255,14 @@ bool Korvane::CameraCalibration::CalibrationMatchPointsForDualCam(
               std::tuple{&rightRegion, &turnedRight, &rightRoi, "right"}}) {
             pRegion->place = Clipped(*pWanted, pTurned->size());
             if (std::min(pRegion->place.width, pRegion->place.height) < g_nSmallestSidePx) {
-                return Fail(pOperation, std::string("the ") + pName + " region " + Words(*pWanted) +
+                return Fail(pOperation, std::string("the ") + pName + " region " + PlaceInWords(*pWanted) +
                                             " has less than 32 pixels a side inside the picture of " +
                                             std::to_string(pTurned->cols) + " x " + std::to_string(pTurned->rows));
             }
-            pRegion->grey = Grey((*pTurned)(pRegion->place));
+            pRegion->grey = Korvane::Grey((*pTurned)(pRegion->place));
         }
         Pairs pairs;
-        const std::string strProblem = Match(leftRegion, rightRegion, a, b, ratio, pairs);
+        const std::string strProblem = MatchRegions(leftRegion, rightRegion, a, b, ratio, pairs);
         if (!strProblem.empty()) {
             return Fail(pOperation, strProblem);
         }

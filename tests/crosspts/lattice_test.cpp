@@ -1,4 +1,5 @@
 #include "CrossPtsDetectDllR.h"
+#include "ExpectAllOne.h"
 #include "SeededNoise.h"
 
 #include <gtest/gtest.h>
@@ -86,13 +87,6 @@ bool FindsIds(const View& view, int nGridCols, std::uint64_t nSeed)
         }
     }
     return true;
-}
-
-void ExpectAllOne(const std::vector<CalibrationPoint>& points)
-{
-    for (const CalibrationPoint& point : points) {
-        EXPECT_EQ(point.nId, 1);
-    }
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "CrossPtsDetectDllR.h"
+#include "ExpectAllOne.h"
 #include "SeededNoise.h"
 #include "Truth.h"
 
@@ -49,13 +50,6 @@ void ExpectTrueIds(const std::vector<CalibrationPoint>& points)
         EXPECT_EQ(point.nId, static_cast<int>(point.dValue0));
         EXPECT_GT(point.nId, nLast) << "sorted by id";
         nLast = point.nId;
-    }
-}
-
-void ExpectAllOne(const std::vector<CalibrationPoint>& points)
-{
-    for (const CalibrationPoint& point : points) {
-        EXPECT_EQ(point.nId, 1);
     }
 }
 

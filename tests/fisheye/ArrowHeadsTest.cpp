@@ -18,13 +18,13 @@ constexpr int kFirst = 1;
 constexpr int kLast = 56;
 
 /// The crosses of some columns of the pattern, seen by one of the two cameras.
-struct Scene {
+struct ArrowScene {
     bool bLeft;
     std::uint64_t nSeed;
     Camera camera;
     Points exact;
 
-    Scene(bool bLeftCamera, std::uint64_t nSceneSeed)
+    ArrowScene(bool bLeftCamera, std::uint64_t nSceneSeed)
         : bLeft(bLeftCamera), nSeed(nSceneSeed),
           camera(bLeft ? FisheyeScene::LeftCamera(nSeed) : FisheyeScene::RightCamera(nSeed)),
           exact(FisheyeScene::ExactPoints(camera, bLeft ? 0 : 3))
@@ -72,7 +72,7 @@ Points TurnedRound(const Points& points)
 }
 
 /// The same ids and places on the surface, marked one column further on in the picture.
-Points MarkedBeside(const Scene& scene, int nCols)
+Points MarkedBeside(const ArrowScene& scene, int nCols)
 {
     Points points = scene.exact;
     const Points other = FisheyeScene::ExactPoints(scene.camera, (scene.bLeft ? 0 : 3) + nCols);
@@ -89,7 +89,7 @@ TEST(ArrowHeads, TheRightMarksOfBothCamerasAreTaken)
 {
     for (const bool bLeft : {true, false}) {
         for (const std::uint64_t nSeed : {1, 2}) {
-            const Scene scene(bLeft, nSeed);
+            const ArrowScene scene(bLeft, nSeed);
             EXPECT_EQ(Refusal(scene.Picture(Arrows()), scene.Clicks()), "") << bLeft << " seed " << nSeed;
         }
     }
@@ -98,7 +98,7 @@ TEST(ArrowHeads, TheRightMarksOfBothCamerasAreTaken)
 TEST(ArrowHeads, APictureOfTheOtherCameraIsRefused)
 {
     for (const bool bLeft : {true, false}) {
-        const Scene scene(bLeft, 4);
+        const ArrowScene scene(bLeft, 4);
         EXPECT_NE(Refusal(scene.Picture(Arrows()), TurnedRound(scene.Clicks())).find("the other way round"),
                   std::string::npos)
             << bLeft;
@@ -108,7 +108,7 @@ TEST(ArrowHeads, APictureOfTheOtherCameraIsRefused)
 TEST(ArrowHeads, MarksThatBeginAColumnTooLateOrEndOneTooEarlyAreRefused)
 {
     for (const bool bLeft : {true, false}) {
-        const Scene scene(bLeft, 5);
+        const ArrowScene scene(bLeft, 5);
         EXPECT_NE(Refusal(scene.Picture(Arrows()), MarkedBeside(scene, bLeft ? 1 : -1)).find("other columns"),
                   std::string::npos)
             << bLeft;
@@ -117,7 +117,7 @@ TEST(ArrowHeads, MarksThatBeginAColumnTooLateOrEndOneTooEarlyAreRefused)
 
 TEST(ArrowHeads, LinesLighterThanTheMaterialTellAsMuch)
 {
-    const Scene scene(true, 6);
+    const ArrowScene scene(true, 6);
     FisheyeScene::SceneOptions options = Arrows();
     options.bBright = true;
     const cv::Mat picture = scene.Picture(options);
@@ -127,7 +127,7 @@ TEST(ArrowHeads, LinesLighterThanTheMaterialTellAsMuch)
 
 TEST(ArrowHeads, SmallerCrossesHaveSmallerArrowHeads)
 {
-    const Scene scene(false, 7);
+    const ArrowScene scene(false, 7);
     FisheyeScene::SceneOptions options = Arrows();
     options.armMm = 12.0;
     const cv::Mat picture = scene.Picture(options);
@@ -138,7 +138,7 @@ TEST(ArrowHeads, SmallerCrossesHaveSmallerArrowHeads)
 TEST(ArrowHeads, APatternWithoutThemIsTakenAsItWasMarked)
 {
     for (const bool bLeft : {true, false}) {
-        const Scene scene(bLeft, 8);
+        const ArrowScene scene(bLeft, 8);
         const cv::Mat picture = scene.Picture();
         EXPECT_EQ(Refusal(picture, scene.Clicks()), "");
         EXPECT_EQ(Refusal(picture, TurnedRound(scene.Clicks())), "") << "nothing tells";
@@ -148,7 +148,7 @@ TEST(ArrowHeads, APatternWithoutThemIsTakenAsItWasMarked)
 TEST(ArrowHeads, GrainIsTakenForNone)
 {
     for (const std::uint64_t nSeed : {11, 12}) {
-        const Scene scene(nSeed % 2 == 0, nSeed);
+        const ArrowScene scene(nSeed % 2 == 0, nSeed);
         FisheyeScene::SceneOptions options;
         options.textureSigma = 8.0;
         options.noiseSigma = 3.5;
@@ -160,7 +160,7 @@ TEST(ArrowHeads, GrainIsTakenForNone)
 
 TEST(ArrowHeads, IdsThatCountNoGridOnlyTellTheDirection)
 {
-    const Scene scene(true, 9);
+    const ArrowScene scene(true, 9);
     Points points = scene.Clicks();
     Points turned = TurnedRound(points);
     for (std::size_t i = 0; i < points.size(); ++i) {
@@ -173,7 +173,7 @@ TEST(ArrowHeads, IdsThatCountNoGridOnlyTellTheDirection)
 
 TEST(ArrowHeads, IdsOfAGridThatIsFarTooLargeAreBorne)
 {
-    const Scene scene(true, 9);
+    const ArrowScene scene(true, 9);
     Points points = scene.Clicks();
     for (CalibrationPoint& point : points) {
         const int nRow = (point.nId - 1) / 8;
@@ -184,7 +184,7 @@ TEST(ArrowHeads, IdsOfAGridThatIsFarTooLargeAreBorne)
 
 TEST(ArrowHeads, OneInTheMiddleOfTheMarksIsRefused)
 {
-    const Scene scene(true, 10);
+    const ArrowScene scene(true, 10);
     EXPECT_NE(Refusal(scene.Picture(Arrows({kFirst, 20})), scene.Clicks()).find("neither the first nor the last"),
               std::string::npos);
 }

@@ -9,7 +9,7 @@
 namespace
 {
 
-Fisheye::DualModel SomeModel()
+Fisheye::DualModel SomePair()
 {
     Fisheye::DualModel model;
     model.nWidth = 7800;
@@ -26,7 +26,7 @@ bool Refused(const Fisheye::DualModel& model)
 
 TEST(DualRecord, AModelComesBackAsItWasPacked)
 {
-    Fisheye::DualModel model = SomeModel();
+    Fisheye::DualModel model = SomePair();
     model.originXmm = -1.5f;
     model.originYmm = 0.1f;
     const auto back = Fisheye::UnpackDualRecord(Fisheye::PackDualRecord(model));
@@ -47,7 +47,7 @@ TEST(DualRecord, ARecordThatWasNeverFilledIsRefusedWithThatReason)
 
 TEST(DualRecord, AChangeOfAnyBitIsNoticed)
 {
-    const DualFishEyeCalibrationParam good = Fisheye::PackDualRecord(SomeModel());
+    const DualFishEyeCalibrationParam good = Fisheye::PackDualRecord(SomePair());
     for (std::size_t nWord = 0; nWord < good.words.size(); ++nWord) {
         for (int nBit = 0; nBit < 32; ++nBit) {
             DualFishEyeCalibrationParam record = good;
@@ -59,18 +59,18 @@ TEST(DualRecord, AChangeOfAnyBitIsNoticed)
 
 TEST(DualRecord, ImpossibleNumbersAreRefusedHoweverWellPacked)
 {
-    EXPECT_FALSE(Refused(SomeModel()));
+    EXPECT_FALSE(Refused(SomePair()));
     for (const float bad : {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity()}) {
         for (float Fisheye::DualModel::*pField :
              {&Fisheye::DualModel::pxPerMm, &Fisheye::DualModel::originXmm, &Fisheye::DualModel::originYmm}) {
-            Fisheye::DualModel model = SomeModel();
+            Fisheye::DualModel model = SomePair();
             model.*pField = bad;
             EXPECT_TRUE(Refused(model));
         }
     }
     for (const int nBad : {0, -1, 1 << 30}) {
         for (int Fisheye::DualModel::*pField : {&Fisheye::DualModel::nWidth, &Fisheye::DualModel::nHeight}) {
-            Fisheye::DualModel model = SomeModel();
+            Fisheye::DualModel model = SomePair();
             model.*pField = nBad;
             EXPECT_TRUE(Refused(model)) << nBad;
         }
@@ -79,7 +79,7 @@ TEST(DualRecord, ImpossibleNumbersAreRefusedHoweverWellPacked)
 
 TEST(DualConversion, SixPixelsAreAMillimetreAndTheFirstPixelIsTheOrigin)
 {
-    const DualFishEyeCalibrationParam record = Fisheye::PackDualRecord(SomeModel());
+    const DualFishEyeCalibrationParam record = Fisheye::PackDualRecord(SomePair());
     float x = -1.0f;
     float y = -1.0f;
     float z = -1.0f;
@@ -97,7 +97,7 @@ TEST(DualConversion, SixPixelsAreAMillimetreAndTheFirstPixelIsTheOrigin)
 
 TEST(DualConversion, ThereAndBackEndsWhereItBegan)
 {
-    const DualFishEyeCalibrationParam record = Fisheye::PackDualRecord(SomeModel());
+    const DualFishEyeCalibrationParam record = Fisheye::PackDualRecord(SomePair());
     for (float pixel = 0.25f; pixel < 7800.0f; pixel += 111.5f) {
         float worldX = 0.0f;
         float worldY = 0.0f;
@@ -113,7 +113,7 @@ TEST(DualConversion, ThereAndBackEndsWhereItBegan)
 
 TEST(DualConversion, AnUnusableRecordOrPointIsRefusedAndNothingIsWritten)
 {
-    const DualFishEyeCalibrationParam good = Fisheye::PackDualRecord(SomeModel());
+    const DualFishEyeCalibrationParam good = Fisheye::PackDualRecord(SomePair());
     float x = 7.0f;
     float y = 7.0f;
     float z = 7.0f;

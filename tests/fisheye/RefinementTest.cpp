@@ -8,13 +8,15 @@
 namespace
 {
 
-struct Scene {
+struct CrossScene {
     FisheyeScene::Camera camera = FisheyeScene::RightCamera(2);
     std::vector<CalibrationPoint> exact = FisheyeScene::ExactPoints(camera, 3);
     Fisheye::FisheyeProjector projector{camera.model};
     cv::Mat gray;
 
-    explicit Scene(const FisheyeScene::SceneOptions& options) : gray(FisheyeScene::Render(camera, exact, options)) {}
+    explicit CrossScene(const FisheyeScene::SceneOptions& options) : gray(FisheyeScene::Render(camera, exact, options))
+    {
+    }
 
     cv::Point2d Exact(std::size_t i) const { return {exact[i].fImageX, exact[i].fImageY}; }
 };
@@ -26,7 +28,7 @@ struct Outcome {
 };
 
 /// Search and measurement of every cross, expected some pixels off in a different direction each.
-Outcome LocateAll(const Scene& scene, const Fisheye::CrossSearch& search, double offPx)
+Outcome LocateAll(const CrossScene& scene, const Fisheye::CrossSearch& search, double offPx)
 {
     Outcome outcome;
     for (std::size_t i = 0; i < scene.exact.size(); ++i) {
@@ -52,7 +54,7 @@ TEST(CrossRefinement, CrossesOnQuietMaterialAreMeasuredToAFewHundredthsOfAPixel)
     FisheyeScene::SceneOptions options;
     options.textureSigma = 1.0;
     options.noiseSigma = 1.0;
-    const Outcome outcome = LocateAll(Scene(options), {}, 8.0);
+    const Outcome outcome = LocateAll(CrossScene(options), {}, 8.0);
     EXPECT_EQ(outcome.nFound, 35);
     EXPECT_LT(outcome.rmsPx, 0.03);
     EXPECT_LT(outcome.maxPx, 0.08);
@@ -60,7 +62,7 @@ TEST(CrossRefinement, CrossesOnQuietMaterialAreMeasuredToAFewHundredthsOfAPixel)
 
 TEST(CrossRefinement, CrossesOnGrainyMaterialAreMostlyFoundAndMeasuredToAFifthOfAPixel)
 {
-    const Outcome outcome = LocateAll(Scene({}), {}, 8.0);
+    const Outcome outcome = LocateAll(CrossScene({}), {}, 8.0);
     EXPECT_GE(outcome.nFound, 27);
     EXPECT_LT(outcome.rmsPx, 0.2);
 }
@@ -72,7 +74,7 @@ TEST(CrossRefinement, ShortCrossesAreFoundWithAShortArm)
     options.armMm = 8.0;
     Fisheye::CrossSearch search;
     search.armMm = 7.0;
-    const Outcome outcome = LocateAll(Scene(options), search, 5.0);
+    const Outcome outcome = LocateAll(CrossScene(options), search, 5.0);
     EXPECT_GE(outcome.nFound, 33);
     EXPECT_LT(outcome.rmsPx, 0.15);
 }
@@ -82,7 +84,7 @@ TEST(CrossRefinement, LightLinesAreFoundWhenTheyAreLookedFor)
     FisheyeScene::SceneOptions options;
     options.textureSigma = 2.0;
     options.bBright = true;
-    const Scene scene(options);
+    const CrossScene scene(options);
     Fisheye::CrossSearch search;
     EXPECT_LE(LocateAll(scene, search, 5.0).nFound, 2);
     search.bBright = true;
@@ -97,7 +99,7 @@ TEST(CrossRefinement, MaterialWithoutACrossShowsNone)
     for (const CalibrationPoint& point : FisheyeScene::ExactPoints(FisheyeScene::RightCamera(2), 3)) {
         options.missingIds.push_back(point.nId);
     }
-    const Scene scene(options);
+    const CrossScene scene(options);
     int nFound = 0;
     for (std::size_t i = 0; i < scene.exact.size(); ++i) {
         const auto found = Fisheye::FindCross(scene.gray, scene.projector, scene.Exact(i), {});
@@ -109,7 +111,7 @@ TEST(CrossRefinement, MaterialWithoutACrossShowsNone)
 
 TEST(CrossRefinement, AnExpectedPixelAtOrBeyondTheEdgeIsNoCrossAndNoCrash)
 {
-    const Scene scene({});
+    const CrossScene scene({});
     for (const cv::Point2d& pixel :
          {cv::Point2d(0.0, 0.0), cv::Point2d(2591.0, 1943.0), cv::Point2d(-50.0, 900.0), cv::Point2d(1.0e5, 1.0e5)}) {
         EXPECT_FALSE(Fisheye::FindCross(scene.gray, scene.projector, pixel, {}).has_value());
@@ -119,7 +121,7 @@ TEST(CrossRefinement, AnExpectedPixelAtOrBeyondTheEdgeIsNoCrossAndNoCrash)
 
 TEST(CrossRefinement, APictureOfOnePixelShowsNoCross)
 {
-    const Scene scene({});
+    const CrossScene scene({});
     const cv::Mat tiny(1, 1, CV_8UC1, cv::Scalar(100));
     EXPECT_FALSE(Fisheye::FindCross(tiny, scene.projector, scene.Exact(17), {}).has_value());
     EXPECT_FALSE(Fisheye::MeasureCross(tiny, scene.projector, scene.Exact(17), {}).has_value());

@@ -24,7 +24,7 @@ using ::testing::IsEmpty;
 namespace
 {
 
-const cv::Size g_board(7, 9);
+const cv::Size g_lensBoard(7, 9);
 constexpr std::uint64_t g_nMachine = 6;
 
 /// Nine pictures of the chart by one camera, rendered once.
@@ -62,7 +62,7 @@ struct Lens {
     double dError = 7.0;
 };
 
-Lens Calibrate(const std::vector<cv::Mat>& pictures, const cv::Size& board = g_board)
+Lens Calibrate(const std::vector<cv::Mat>& pictures, const cv::Size& board = g_lensBoard)
 {
     Lens lens;
     lens.bSuccess = CalibrateDistortedCamera(pictures, board, lens.camera, lens.distortion, lens.dError);
@@ -172,7 +172,7 @@ TEST(LensCalibration, FlatViewsThatDoNotTellTheFocalLengthAreRefused)
     std::vector<cv::Mat> pictures;
     for (int i = 0; i < 4; ++i) {
         pictures.push_back(picture.clone());
-        for (int k = 0; k < g_board.area(); ++k) {
+        for (int k = 0; k < g_lensBoard.area(); ++k) {
             const cv::Point centre(16 * (100 + 90 * i + 60 * (k % 7)) + 5 * i,
                                    16 * (80 + 30 * i + 60 * (k / 7)) + 3 * i);
             cv::circle(pictures.back(), centre, 16 * 16, cv::Scalar(40), cv::FILLED, cv::LINE_AA, 4);

@@ -15,7 +15,7 @@ using namespace Simulator;
 namespace
 {
 
-const ImageDirFlags g_clockwise(cv::ROTATE_90_CLOCKWISE, false, false);
+const ImageDirFlags g_turned(cv::ROTATE_90_CLOCKWISE, false, false);
 
 /// As the fusion page asks.
 constexpr double g_dScale = static_cast<double>(0.8f);
@@ -27,7 +27,7 @@ struct Matches {
     double dError = -1.0;
 
     bool Find(const SeamScene& scene, const cv::Rect& leftRoi, const cv::Rect& rightRoi,
-              const ImageDirFlags& leftFlags = g_clockwise, const ImageDirFlags& rightFlags = g_clockwise)
+              const ImageDirFlags& leftFlags = g_turned, const ImageDirFlags& rightFlags = g_turned)
     {
         return CalibrationMatchPointsForDualCam(scene.left, leftFlags, leftRoi, scene.right, rightFlags, rightRoi,
                                                 g_dScale, g_dScale, g_dRatio, first, second);
@@ -251,9 +251,9 @@ TEST(Matching, ARegionThatIsNothingAtTheScaleOfTheSearchFailsWithAReason)
 {
     const SeamScene& scene = TheBench().scene;
     Matches matches;
-    const bool bFound = CalibrationMatchPointsForDualCam(
-        scene.left, g_clockwise, cv::Rect(scene.leftRoi.x, 500, 32, 32), scene.right, g_clockwise,
-        cv::Rect(scene.rightRoi.x, 500, 32, 32), 0.05, 0.05, 0.7, matches.first, matches.second);
+    const bool bFound = CalibrationMatchPointsForDualCam(scene.left, g_turned, cv::Rect(scene.leftRoi.x, 500, 32, 32),
+                                                         scene.right, g_turned, cv::Rect(scene.rightRoi.x, 500, 32, 32),
+                                                         0.05, 0.05, 0.7, matches.first, matches.second);
     ExpectNone(bFound, matches, "only 0 features");
 }
 
@@ -278,8 +278,8 @@ TEST(Matching, BadPicturesAndNumbersAreRefused)
           std::tuple{0.8, 0.8, std::nan("")}}) {
         Matches matches;
         const bool bFound =
-            CalibrationMatchPointsForDualCam(scene.left, g_clockwise, scene.leftRoi, scene.right, g_clockwise,
-                                             scene.rightRoi, a, b, ratio, matches.first, matches.second);
+            CalibrationMatchPointsForDualCam(scene.left, g_turned, scene.leftRoi, scene.right, g_turned, scene.rightRoi,
+                                             a, b, ratio, matches.first, matches.second);
         ExpectNone(bFound, matches, "of the search");
     }
 }

@@ -16,7 +16,7 @@ namespace
 
 using namespace Workbench;
 
-constexpr int g_nPatienceMs = 20'000;
+constexpr int g_nPicturePatienceMs = 20'000;
 
 class Live : public testing::Test
 {
@@ -54,7 +54,7 @@ TEST_F(Live, MakesOnePicturePerRequest)
     EXPECT_FALSE(m_live.IsBusy()) << "nothing was started yet";
     m_live.Start(Maker());
     m_live.RequestSlot();
-    ASSERT_TRUE(spy.wait(g_nPatienceMs));
+    ASSERT_TRUE(spy.wait(g_nPicturePatienceMs));
     EXPECT_EQ(spy[0][0].value<AreaPicturePointer>()->Size(), QSize(6, 4));
     EXPECT_FALSE(m_live.IsBusy());
     EXPECT_EQ(m_nCalls, 1);
@@ -72,7 +72,7 @@ TEST_F(Live, RequestsWhileOneIsUnderWayBecomeOneMore)
     m_live.RequestSlot();
     m_bHeld = false;
     m_go.release();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return spy.count() == 2; }, g_nPatienceMs));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return spy.count() == 2; }, g_nPicturePatienceMs));
     QTest::qWait(20);
     EXPECT_EQ(m_nCalls, 2);
 }
@@ -83,11 +83,11 @@ TEST_F(Live, TheWindowIsFreeWhileAPictureIsMade)
     QSignalSpy stages(&m_live, &LivePicture::StageSignal);
     m_live.Start(Maker());
     m_live.RequestSlot();
-    ASSERT_TRUE(stages.wait(g_nPatienceMs)) << "what it does is told while it does it";
+    ASSERT_TRUE(stages.wait(g_nPicturePatienceMs)) << "what it does is told while it does it";
     EXPECT_EQ(stages[0][0].toString(), "Taking pictures");
     EXPECT_TRUE(m_live.IsBusy());
     m_go.release();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !m_live.IsBusy(); }, g_nPatienceMs));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !m_live.IsBusy(); }, g_nPicturePatienceMs));
     EXPECT_EQ(stages.last()[0].toString(), "") << "and that it is done";
 }
 
@@ -96,9 +96,9 @@ TEST_F(Live, LivePicturesFollowOneAnotherUntilItEnds)
     QSignalSpy spy(&m_live, &LivePicture::PictureSignal);
     m_live.SetLive(true);
     m_live.Start(Maker());
-    ASSERT_TRUE(QTest::qWaitFor([&] { return spy.count() >= 3; }, g_nPatienceMs));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return spy.count() >= 3; }, g_nPicturePatienceMs));
     m_live.SetLive(false);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !m_live.IsBusy(); }, g_nPatienceMs));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !m_live.IsBusy(); }, g_nPicturePatienceMs));
     const int nCalls = m_nCalls;
     QTest::qWait(20);
     EXPECT_EQ(m_nCalls, nCalls);
@@ -111,11 +111,11 @@ TEST_F(Live, AFailureIsToldAndTheNextPictureIsTried)
     QSignalSpy made(&m_live, &LivePicture::PictureSignal);
     m_live.SetLive(true);
     m_live.Start(Maker());
-    ASSERT_TRUE(failed.wait(g_nPatienceMs));
+    ASSERT_TRUE(failed.wait(g_nPicturePatienceMs));
     EXPECT_EQ(failed[0][0].toString(), "The left camera gives no picture.");
     EXPECT_EQ(failed[0][1].toString(), "The left camera gives no picture.");
     m_bFails = false;
-    EXPECT_TRUE(made.wait(g_nPatienceMs));
+    EXPECT_TRUE(made.wait(g_nPicturePatienceMs));
 }
 
 TEST_F(Live, TheOperatorReadsAFailureInHisLanguageAndTheLogInEnglish)
@@ -125,7 +125,7 @@ TEST_F(Live, TheOperatorReadsAFailureInHisLanguageAndTheLogInEnglish)
     QSignalSpy failed(&m_live, &LivePicture::FailedSignal);
     m_live.Start(Maker());
     m_live.RequestSlot();
-    const bool bFailed = failed.wait(g_nPatienceMs);
+    const bool bFailed = failed.wait(g_nPicturePatienceMs);
     EXPECT_TRUE(SwitchLanguage("en"));
     ASSERT_TRUE(bFailed);
     EXPECT_EQ(failed[0][0].toString(), "The left camera gives no picture.");
@@ -151,7 +151,7 @@ TEST_F(Live, StoppingWaitsForThePictureUnderWayAndForTheMakersEnd)
     QTest::qWait(20);
     EXPECT_EQ(stopped.count(), 0);
     m_go.release();
-    ASSERT_TRUE(stopped.wait(g_nPatienceMs));
+    ASSERT_TRUE(stopped.wait(g_nPicturePatienceMs));
     EXPECT_TRUE(bGoneWhenTold) << "cameras are free when it is told";
     EXPECT_EQ(made.count(), 0) << "a picture of before is not shown any more";
     m_live.RequestSlot();
@@ -164,7 +164,7 @@ TEST_F(Live, StoppingWithoutAPictureUnderWayIsToldFromTheEventLoop)
     m_live.Start(Maker());
     m_live.StopSlot();
     EXPECT_EQ(stopped.count(), 0);
-    ASSERT_TRUE(stopped.wait(g_nPatienceMs));
+    ASSERT_TRUE(stopped.wait(g_nPicturePatienceMs));
     m_live.Start(Maker());
     m_live.RequestSlot();
     EXPECT_TRUE(m_live.IsBusy()) << "it can begin anew";
