@@ -12,10 +12,8 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
     target_compile_options(ctc_warnings INTERFACE -Wno-restrict -Wno-array-bounds -Wno-stringop-overflow
         -Wno-stringop-overread)
 endif()
-if(CMAKE_UNITY_BUILD)
-    # The compiler takes the sources of a batch for headers that several sources include.
-    target_compile_options(ctc_warnings INTERFACE -Wno-subobject-linkage)
-endif()
+# The compiler takes the sources of a batch for headers that several sources include.
+target_compile_options(ctc_warnings INTERFACE $<$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>:-Wno-subobject-linkage>)
 
 # Symbols are exported by MODULE_EXPORT only.
 function(ctc_common target)
@@ -141,6 +139,9 @@ function(ctc_test name)
     set_property(GLOBAL APPEND PROPERTY CTC_TEST_FILES ${files})
     ctc_test_options(${name})
     target_precompile_headers(${name} REUSE_FROM ctc_test_headers)
+    if(CTC_TESTS_IN_BATCHES)
+        set_target_properties(${name} PROPERTIES UNITY_BUILD ON)
+    endif()
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gtest_main)
     add_test(NAME ${name} COMMAND ${name})
