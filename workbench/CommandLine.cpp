@@ -180,7 +180,7 @@ CommandLine ParseCommandLine(const QStringList& listWords)
             throw Wrong(QString("%1 has no option '%2'.").arg(line.strCommand, strName));
         }
         const QString strValue = strWord.contains('=') ? strWord.section('=', 1) : listWords.value(++i);
-        if (strValue.isEmpty()) {
+        if (strValue.isEmpty() || (!strWord.contains('=') && listKnown.contains(strValue))) {
             throw Wrong(QString("The option %1 needs a value.").arg(strName));
         }
         TakeOption(line, strName, strValue);

@@ -2,6 +2,7 @@
 
 #include "Failure.h"
 #include "FisheyeCalibrationDllR.h"
+#include "FolderRoom.h"
 #include "KorvaneVision.h"
 #include "UiPermissionsManager.h"
 
@@ -36,8 +37,21 @@ void RequireReadable(const QString& strResult, const QString& strName)
     }
 }
 
+/// Of the stitched picture, by the size that the calibration names; 0 for one that is no size of a picture, which the
+/// plug-in refuses.
+qint64 StitchedBytes(const QString& strResult)
+{
+    constexpr qint64 nMost = 1LL << 30;
+    const QSettings stitched(strResult + "AutoDualCalibrate_stitch.xml", QSettings::IniFormat);
+    const qint64 nWidth = stitched.value("CAMERA_PARAM/AUTO_CALIBRATION_OUTPUT_WIDTH").toInt();
+    const qint64 nHeight = stitched.value("CAMERA_PARAM/AUTO_CALIBRATION_OUTPUT_HEIGHT").toInt();
+    const qint64 nBits = stitched.value("CAMERA_PARAM/AUTO_CALIBRATION_OUTPUT_STITCHEDIMAGE_BIT").toInt();
+    const bool bPicture = nWidth > 0 && nHeight > 0 && (nBits == 8 || nBits == 24 || nBits == 32);
+    return bPicture && nWidth <= nMost / nHeight / 4 ? nWidth * nHeight * nBits / 8 : 0;
+}
+
 /// The automatic flow hands pictures on as files.
-void RequireScratchFiles(const QString& strFolder)
+void RequireScratchFiles(const QString& strFolder, qint64 nStitchedBytes)
 {
     if (!QFileInfo(strFolder).isWritable()) {
         throw Failure("Pictures pass through the folder %1, which cannot be written.", {strFolder});
@@ -48,6 +62,11 @@ void RequireScratchFiles(const QString& strFolder)
         if (file.exists() && !(file.isFile() && file.isWritable())) {
             throw Failure("Pictures pass through %1, which cannot be written.", {file.filePath()});
         }
+    }
+    // By far the largest; it is written over the one that is there.
+    const QFileInfo stitched(strFolder + "/DstImage.bmp");
+    if (stitched.size() < nStitchedBytes) {
+        RequireRoom(strFolder, nStitchedBytes - stitched.size());
     }
 }
 
@@ -164,7 +183,7 @@ void RequireCalibration(CalibrationUse use)
     }
     if (bAutomatic && use == CalibrationUse::Pictures) {
         RequireAutomaticFlags(strResult);
-        RequireScratchFiles(DataRoot() + "/Vision/calib/Camera_Two");
+        RequireScratchFiles(DataRoot() + "/Vision/calib/Camera_Two", StitchedBytes(strResult));
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "CrossPtsDetectDllR.h"
 #include "Failure.h"
+#include "FolderRoom.h"
 
 #include <opencv2/imgcodecs.hpp>
 
@@ -132,7 +133,9 @@ void WritePicture(const QString& strFile, const cv::Mat& picture, const std::vec
     const auto nBytes = static_cast<qint64>(bytes.size());
     if (!file.open(QIODevice::WriteOnly) || file.write(reinterpret_cast<const char*>(bytes.data()), nBytes) != nBytes ||
         !file.commit()) {
-        throw NotWritten(strFile, file.errorString());
+        // Of a disk that fills up in the middle Qt knows no reason.
+        const QString strReason = ReasonNotWritable(info.path(), nBytes);
+        throw NotWritten(strFile, strReason.isEmpty() ? file.errorString() : strReason);
     }
 }
 

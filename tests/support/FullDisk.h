@@ -1,7 +1,7 @@
 #pragma once
 
-// A disk that has no more room, as far as one process can tell: no file of it may grow. Works for whatever user runs
-// the tests; the system's words are "File too large".
+// A disk that has no more room, as far as one process and those that it starts can tell: no file of it may grow. Works
+// for whatever user runs the tests; the system's words are "File too large".
 
 #include <sys/resource.h>
 
@@ -11,11 +11,12 @@
 class FullDisk
 {
 public:
-    FullDisk() : m_before(std::signal(SIGXFSZ, SIG_IGN))
+    /// @param nBytes  that a file may have
+    explicit FullDisk(rlim_t nBytes = 0) : m_before(std::signal(SIGXFSZ, SIG_IGN))
     {
         getrlimit(RLIMIT_FSIZE, &m_limit);
-        const rlimit none{0, m_limit.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &none);
+        const rlimit most{nBytes, m_limit.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &most);
     }
     ~FullDisk()
     {

@@ -103,6 +103,7 @@ TEST(CommandLine, AValueMayStandBehindAnEqualsSign)
     EXPECT_EQ(line.strRight, "b.png");
     EXPECT_EQ(line.strOut, "c.png");
     EXPECT_EQ(line.sizeMm, QSize(900, 600));
+    EXPECT_TRUE(Refusal("demo --out --seed 4").contains("The option --out needs a value."));
     EXPECT_EQ(Refusal("demo --colour=red"), "demo has no option '--colour'. See --help.");
 }
 

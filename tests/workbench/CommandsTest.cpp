@@ -1,6 +1,7 @@
 // The commands as a person runs them: exit codes, and one sentence for each failure.
 
 #include "CalibratedMachine.h"
+#include "FullDisk.h"
 #include "KorvaneVision.h"
 #include "WorkbenchProcess.h"
 
@@ -337,6 +338,15 @@ TEST_F(Commands, AScratchPictureThatCannotBeWrittenIsNamed)
     words.last() = m_own.path();
     ASSERT_TRUE(QDir(CopyOfRecords() + "..").mkdir("DstImage.bmp"));
     ExpectFailure(Run(words), g_nFailed, "Camera_Two/DstImage.bmp, which cannot be written");
+}
+
+TEST_F(Commands, ADiskWithoutRoomForTheStitchedPictureIsNamedWithTheReason)
+{
+    QStringList words = PictureWords("left.bmp", "right.bmp", Path("c.png"));
+    words.last() = m_own.path();
+    CopyOfRecords();
+    const FullDisk full(64 << 10);
+    ExpectFailure(Run(words), g_nFailed, "Camera_Two cannot be written: File too large.");
 }
 
 TEST_F(Commands, WhatTheUserHasNoRightsToIsNamed)
