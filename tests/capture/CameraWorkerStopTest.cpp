@@ -239,6 +239,9 @@ TEST_F(CameraWorkerLoop, AResumeDropsEveryStopBeforeItAndTheStartAmongThemRuns)
     // The parked run gives up, and the one behind it delivers.
     WaitUntil([&] { return nFramesSince > 1; });
     EXPECT_EQ(nGivenUp, 1);
+    // What counts goes before the worker does.
+    m_pWorker->StopLoop();
+    WaitForQueue();
 }
 
 TEST_F(CameraWorkerLoop, AReopenThatFallsIntoAPauseIsDropped)
